@@ -1,0 +1,45 @@
+// Read-out of controls at any time.
+//
+// Times are in the host's units: seconds = what_time / time_scale. A read-out never fails: when the
+// host refuses the check-out, the control's default is read. The control is checked in either way.
+#pragma once
+
+#include "host/controls.h"
+#include "host/give_back.h"
+#include "pf_effect.h"
+
+namespace vorlin {
+
+/// Two coordinates in the host's buffer pixels.
+struct FX_Point {
+  double x;
+  double y;
+};
+
+/// Returns read(param) for the control checked out at that time.
+template <class Read>
+auto ReadControl(PF_InData* in_data, int index, int what_time, int time_step,
+                 unsigned int time_scale, Read read) {
+  PF_ParamDef param = DefaultParam(index);
+  in_data->inter.checkout_param(in_data->effect_ref, index, what_time, time_step, time_scale,
+                                &param);
+  return UseThenGiveBack(
+      [&] { return read(param); },
+      [&] { in_data->inter.checkin_param(in_data->effect_ref, &param); });
+}
+
+/// In the slider's displayed unit.
+double Get_Fix_Slider(PF_InData* in_data, int index, int what_time, int time_step,
+                      unsigned int time_scale);
+/// In degrees.
+double Get_Angle(PF_InData* in_data, int index, int what_time, int time_step,
+                 unsigned int time_scale);
+FX_Point Get_Point(PF_InData* in_data, int index, int what_time, int time_step,
+                   unsigned int time_scale);
+/// Choices count from 1.
+int Get_PopUp(PF_InData* in_data, int index, int what_time, int time_step, unsigned int time_scale);
+/// Always opaque.
+PF_Pixel Get_Color(PF_InData* in_data, int index, int what_time, int time_step,
+                   unsigned int time_scale);
+
+}  // namespace vorlin

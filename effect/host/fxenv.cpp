@@ -1,0 +1,32 @@
+#include "host/fxenv.h"
+
+#include "host/give_back.h"
+
+namespace vorlin {
+
+Fxenv::Fxenv(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** param_array,
+             PF_EffectWorld* output_world)
+    : inData(in_data),
+      outData(out_data),
+      params(param_array),
+      output(output_world),
+      suites(in_data->pica_basicP),
+      highQuality(in_data->quality == PF_Quality_HI) {}
+
+PF_PixelFormat Fxenv::PixelFormat() {
+  if (pixelFormat != PF_PixelFormat_INVALID || output == nullptr) return pixelFormat;
+
+  // Not through the cache: a host without this suite is served too.
+  const void* table = nullptr;
+  if (suites.basicSuite->AcquireSuite(kPFWorldSuite, 2, &table) == 0 && table != nullptr) {
+    const auto* world_suite = static_cast<const PF_WorldSuite2*>(table);
+    UseThenGiveBack([&] { return world_suite->PF_GetPixelFormat(output, &pixelFormat); },
+                    [&] { suites.ReleaseSuite(kPFWorldSuite, 2); });
+  } else {
+    const bool deep = (output->world_flags & PF_WorldFlag_DEEP) != 0;
+    pixelFormat = deep ? PF_PixelFormat_ARGB64 : PF_PixelFormat_ARGB32;
+  }
+  return pixelFormat;
+}
+
+}  // namespace vorlin
