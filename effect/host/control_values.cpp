@@ -21,11 +21,10 @@ double Get_Angle(PF_InData* in_data, int index, int what_time, int time_step,
 
 FX_Point Get_Point(PF_InData* in_data, int index, int what_time, int time_step,
                    unsigned int time_scale) {
-  return ReadControl(in_data, index, what_time, time_step, time_scale,
-                     [](const PF_ParamDef& param) {
-                       return FX_Point{param.u.td.x_value * kFromFixed,
-                                       param.u.td.y_value * kFromFixed};
-                     });
+  return ReadControl(
+      in_data, index, what_time, time_step, time_scale, [](const PF_ParamDef& param) {
+        return FX_Point{param.u.td.x_value * kFromFixed, param.u.td.y_value * kFromFixed};
+      });
 }
 
 int Get_PopUp(PF_InData* in_data, int index, int what_time, int time_step,

@@ -23,9 +23,8 @@ auto ReadControl(PF_InData* in_data, int index, int what_time, int time_step,
   PF_ParamDef param = DefaultParam(index);
   in_data->inter.checkout_param(in_data->effect_ref, index, what_time, time_step, time_scale,
                                 &param);
-  return UseThenGiveBack(
-      [&] { return read(param); },
-      [&] { in_data->inter.checkin_param(in_data->effect_ref, &param); });
+  return UseThenGiveBack([&] { return read(param); },
+                         [&] { in_data->inter.checkin_param(in_data->effect_ref, &param); });
 }
 
 /// In the slider's displayed unit.
@@ -41,5 +40,29 @@ int Get_PopUp(PF_InData* in_data, int index, int what_time, int time_step, unsig
 /// Always opaque.
 PF_Pixel Get_Color(PF_InData* in_data, int index, int what_time, int time_step,
                    unsigned int time_scale);
+
+/// The read-outs bound to one time.
+struct ControlsAt {
+  PF_InData* in_data;
+  int what_time;
+  int time_step;
+  unsigned int time_scale;
+
+  /// The time of the frame being rendered.
+  static ControlsAt Frame(PF_InData* in_data) {
+    return {in_data, in_data->current_time, in_data->time_step, in_data->time_scale};
+  }
+
+  double Slider(int index) const {
+    return Get_Fix_Slider(in_data, index, what_time, time_step, time_scale);
+  }
+  double Angle(int index) const {
+    return Get_Angle(in_data, index, what_time, time_step, time_scale);
+  }
+  FX_Point Point(int index) const {
+    return Get_Point(in_data, index, what_time, time_step, time_scale);
+  }
+  int PopUp(int index) const { return Get_PopUp(in_data, index, what_time, time_step, time_scale); }
+};
 
 }  // namespace vorlin

@@ -65,7 +65,8 @@ constexpr std::array<Control, kControlCount> kControls{{
      PF_PUI_DISABLED},
     {kStyleGroupEnd, 12, "", GroupEnd{}},
     {kLightGroup, 13, "Light", GroupStart{}},
-    // Added in a later release than the rest: new identifier, old place in the order kept by the rest.
+    // Added in a later release than the rest: new identifier, old place in the order kept by the
+    // rest.
     {kUsing, 28, "Using", Popup{"Effect Light|AE Lights", 2, kEffectLight}, kSupervised},
     {kLightIntensity, 14, "Light Intensity", Slider{{0, 1000}, {0, 150}, 100}, kCollapsed},
     {kLightColor, 15, "Light Color", Color{{255, 255, 255, 255}}},
@@ -84,12 +85,14 @@ constexpr std::array<Control, kControlCount> kControls{{
     {kShadingGroupEnd, 27, "", GroupEnd{}},
 }};
 
-static_assert([] {
-  for (int i = 0; i < kControlCount; ++i) {
-    if (kControls[static_cast<std::size_t>(i)].index != i + 1) return false;
-  }
-  return true;
-}(), "a control's place in the table is its index");
+static_assert(
+    [] {
+      for (int i = 0; i < kControlCount; ++i) {
+        if (kControls[static_cast<std::size_t>(i)].index != i + 1) return false;
+      }
+      return true;
+    }(),
+    "a control's place in the table is its index");
 
 PF_ParamDef DefaultParam(const Control& control) {
   PF_ParamDef param{};

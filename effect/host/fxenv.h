@@ -7,8 +7,8 @@
 
 namespace vorlin {
 
-/// Built on the stack when a command starts and destroyed when it ends, which releases every suite it
-/// acquired. All pointers are borrowed from the host for the command.
+/// Built on the stack when a command starts and destroyed when it ends, which releases every suite
+/// it acquired. All pointers are borrowed from the host for the command.
 struct Fxenv {
   /// output may be null. Throws PF_Err_BAD_CALLBACK_PARAM when the host has no basic suite.
   Fxenv(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** param_array,

@@ -1,5 +1,5 @@
-// MainEntry: the library's one exported function. It dispatches the host's commands and is the fence
-// behind which every exception becomes a result code.
+// MainEntry: the library's one exported function. It dispatches the host's commands and is the
+// fence behind which every exception becomes a result code.
 
 #include <cstring>
 #include <new>
@@ -46,9 +46,7 @@ PF_Err Render(Fxenv& env) {
 }
 
 PF_Err QueryDynamicFlags(Fxenv& env) {
-  const PF_InData& in = *env.inData;
-  const int use = Get_PopUp(env.inData, kUsing, in.current_time, in.time_step, in.time_scale);
-  if (use == kEffectLight) {
+  if (ControlsAt::Frame(env.inData).PopUp(kUsing) == kEffectLight) {
     env.outData->out_flags2 &= ~PF_OutFlag2_I_USE_3D_LIGHTS;
   } else {
     env.outData->out_flags2 |= PF_OutFlag2_I_USE_3D_LIGHTS;

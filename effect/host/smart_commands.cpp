@@ -19,7 +19,8 @@ bool IsEmpty(const PF_EffectWorld& world) { return world.width <= 0 || world.hei
 /// bounds must not be empty. Unlike an intersection it keeps the result's edges inside bounds when
 /// the two do not meet.
 PF_LRect ClampedInto(const PF_LRect& r, const PF_LRect& bounds) {
-  return {std::clamp(r.left, bounds.left, bounds.right), std::clamp(r.top, bounds.top, bounds.bottom),
+  return {std::clamp(r.left, bounds.left, bounds.right),
+          std::clamp(r.top, bounds.top, bounds.bottom),
           std::clamp(r.right, bounds.left, bounds.right),
           std::clamp(r.bottom, bounds.top, bounds.bottom)};
 }
@@ -60,8 +61,7 @@ PF_Err SmartRender(Fxenv& env, PF_SmartRenderExtra& extra) {
   PF_InData& in = *env.inData;
   PF_EffectWorld* input = nullptr;
   PF_EffectWorld* output = nullptr;
-  if (const PF_Err err =
-          extra.cb->checkout_layer_pixels(in.effect_ref, kInputCheckout, &input);
+  if (const PF_Err err = extra.cb->checkout_layer_pixels(in.effect_ref, kInputCheckout, &input);
       err != 0) {
     return err;
   }

@@ -19,8 +19,8 @@ void AEGP_SuiteHandler::ReleaseSuite(const char* name, std::int32_t version) con
 void AEGP_SuiteHandler::ReleaseAllSuites() const noexcept {
   for (std::size_t slot = 0; slot < kSuitePairCount; ++slot) {
     if (suiteSlots[slot] == nullptr) continue;
-    // A release that throws must neither keep the others from being released nor, when it runs while
-    // another exception passes, end the process.
+    // A release that throws must neither keep the others from being released nor, when it runs
+    // while another exception passes, end the process.
     try {
       ReleaseSuite(kSuitePairs[slot].name, kSuitePairs[slot].version);
     } catch (...) {  // as with its result: not examined

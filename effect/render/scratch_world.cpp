@@ -1,0 +1,55 @@
+#include "render/scratch_world.h"
+
+#include "host/give_back.h"
+
+namespace vorlin {
+
+FX_NewWorld::~FX_NewWorld() {
+  // May run while an exception passes; one more must not end the process.
+  try {
+    Dispose();
+  } catch (...) {  // as with its result: not examined
+  }
+}
+
+PF_Err FX_NewWorld::New(A_long width, A_long height, PF_PixelFormat new_format, bool clear) {
+  if (const PF_Err err = Dispose(); err != 0) return err;
+
+  const PF_ProgPtr effect_ref = env->inData->effect_ref;
+  PF_Err err;
+  if (new_format == PF_PixelFormat_ARGB128) {
+    err = env->suites.Use(kWorldSuite2)
+              .PF_NewWorld(effect_ref, width, height, clear, new_format, &world);
+  } else {
+    const PF_NewWorldFlags flags =
+        (new_format == PF_PixelFormat_ARGB64 ? PF_NewWorldFlag_DEEP_PIXELS : PF_NewWorldFlag_NONE) |
+        (clear ? PF_NewWorldFlag_CLEAR_PIXELS : PF_NewWorldFlag_NONE);
+    err = env->suites.Use(kWorldSuite1).new_world(effect_ref, width, height, flags, &world);
+  }
+  if (err == 0) {
+    allocated = true;
+    format = new_format;
+  }
+  return err;
+}
+
+PF_Err FX_NewWorld::Dispose() {
+  if (!allocated) return PF_Err_NONE;
+  const PF_ProgPtr effect_ref = env->inData->effect_ref;
+  return UseThenGiveBack(
+      [&] {
+        return format == PF_PixelFormat_ARGB128
+                   ? env->suites.Use(kWorldSuite2).PF_DisposeWorld(effect_ref, &world)
+                   : env->suites.Use(kWorldSuite1).dispose_world(effect_ref, &world);
+      },
+      [&] {
+        world = {};
+        allocated = false;
+      });
+}
+
+PF_EffectWorld* FX_NewWorld::Layer() {
+  return allocated && world.data != nullptr ? &world : nullptr;
+}
+
+}  // namespace vorlin
