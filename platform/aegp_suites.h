@@ -48,8 +48,8 @@ union AEGP_StreamVal {
   AEGP_ColorVal color;
 };
 
-/// mat[row][column] for row vectors: rows 0 to 2 are the layer's x, y and z axes in the world, row 3
-/// its position. The world has x right, y down and z away from the viewer.
+/// mat[row][column] for row vectors: rows 0 to 2 are the layer's x, y and z axes in the world, row
+/// 3 its position. The world has x right, y down and z away from the viewer.
 struct A_Matrix4 {
   A_FpLong mat[4][4];
 };
@@ -58,8 +58,8 @@ struct AEGP_PFInterfaceSuite1 {
   /// The layer that the effect is applied to.
   PF_Err (*AEGP_GetEffectLayer)(PF_ProgPtr effect_ref, AEGP_LayerH* layer);
   /// Layer time to composition time.
-  PF_Err (*AEGP_ConvertEffectToCompTime)(PF_ProgPtr effect_ref, A_long what_time, A_u_long time_scale,
-                                         A_Time* comp_time);
+  PF_Err (*AEGP_ConvertEffectToCompTime)(PF_ProgPtr effect_ref, A_long what_time,
+                                         A_u_long time_scale, A_Time* comp_time);
 };
 
 struct AEGP_LayerSuite5 {

@@ -17,8 +17,8 @@ inline constexpr PF_Cmd PF_Cmd_SMART_PRE_RENDER = 23;
 inline constexpr PF_Cmd PF_Cmd_SMART_RENDER = 24;
 
 using PF_OutFlags = A_long;
-inline constexpr PF_OutFlags PF_OutFlag_WIDE_TIME_INPUT = 0x2;   // reads controls at other times
-inline constexpr PF_OutFlags PF_OutFlag_NON_PARAM_VARY = 0x4;    // differs from frame to frame
+inline constexpr PF_OutFlags PF_OutFlag_WIDE_TIME_INPUT = 0x2;  // reads controls at other times
+inline constexpr PF_OutFlags PF_OutFlag_NON_PARAM_VARY = 0x4;   // differs from frame to frame
 inline constexpr PF_OutFlags PF_OutFlag_DEEP_COLOR_AWARE = 0x02000000;
 inline constexpr PF_OutFlags PF_OutFlag_SEND_UPDATE_PARAMS_UI = 0x04000000;
 
@@ -31,8 +31,8 @@ inline constexpr PF_OutFlags2 PF_OutFlag2_FLOAT_COLOR_AWARE = 0x1000;
 inline constexpr A_long PF_Stage_RELEASE = 3;
 
 /// Packed version word: build in bits 0-8, stage 9-10, bug-fix 11-14, minor 15-18, major 19-21.
-inline constexpr A_u_long PF_VERSION(A_u_long major, A_u_long minor, A_u_long bug_fix, A_u_long stage,
-                                     A_u_long build) {
+inline constexpr A_u_long PF_VERSION(A_u_long major, A_u_long minor, A_u_long bug_fix,
+                                     A_u_long stage, A_u_long build) {
   return (major & 7) << 19 | (minor & 15) << 15 | (bug_fix & 15) << 11 | (stage & 3) << 9 |
          (build & 511);
 }
@@ -54,7 +54,8 @@ struct PF_InteractCallbacks {
   PF_Err (*checkout_param)(PF_ProgPtr effect_ref, A_long index, A_long what_time, A_long time_step,
                            A_u_long time_scale, PF_ParamDef* param);
   PF_Err (*checkin_param)(PF_ProgPtr effect_ref, PF_ParamDef* param);
-  /// Parameter setup only: appends (index -1) a control. The record is copied, the choice string not.
+  /// Parameter setup only: appends (index -1) a control. The record is copied, the choice string
+  /// not.
   PF_Err (*add_param)(PF_ProgPtr effect_ref, A_long index, PF_ParamDef* def);
   /// Shows current / total; non-zero asks the effect to stop and return that code.
   PF_Err (*progress)(PF_ProgPtr effect_ref, A_long current, A_long total);
@@ -111,7 +112,7 @@ struct PF_OutData {
   PF_OutFlags2 out_flags2;
 };
 
-/// The effect's one exported function. All records are borrowed for the call. params[0] is the input
-/// layer; output is given for the classic render, extra for the smart commands.
+/// The effect's one exported function. All records are borrowed for the call. params[0] is the
+/// input layer; output is given for the classic render, extra for the smart commands.
 using PF_MainEntry = PF_Err (*)(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data,
                                 PF_ParamDef* params[], PF_LayerDef* output, void* extra);

@@ -28,8 +28,8 @@ struct PF_PreRenderOutput {
 };
 
 struct PF_PreRenderCallbacks {
-  /// Announces that the smart render will read layer control index; checkout_id (>= 0, unique within
-  /// the frame) names the pixels then.
+  /// Announces that the smart render will read layer control index; checkout_id (>= 0, unique
+  /// within the frame) names the pixels then.
   PF_Err (*checkout_layer)(PF_ProgPtr effect_ref, A_long index, A_long checkout_id,
                            const PF_RenderRequest* req, A_long what_time, A_long time_step,
                            A_u_long time_scale, PF_CheckoutResult* result);
@@ -47,7 +47,8 @@ struct PF_SmartRenderInput {
 
 struct PF_SmartRenderCallbacks {
   /// Lends the world announced under checkout_id until the command ends; null where it is empty.
-  PF_Err (*checkout_layer_pixels)(PF_ProgPtr effect_ref, A_long checkout_id, PF_EffectWorld** pixels);
+  PF_Err (*checkout_layer_pixels)(PF_ProgPtr effect_ref, A_long checkout_id,
+                                  PF_EffectWorld** pixels);
   /// Lends the world to draw into until the command ends; its content is undefined.
   PF_Err (*checkout_output)(PF_ProgPtr effect_ref, PF_EffectWorld** output);
 };

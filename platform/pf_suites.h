@@ -1,8 +1,9 @@
 // Suites of the effect interface and the basic suite through which all suites are had.
 //
-// A suite is a table of functions that belongs to the host. It may be used from its acquisition to its
-// release, which names the same suite and version. Unless said otherwise a function is called on the
-// thread that runs the command, borrows what it is given, and returns 0 or a code of the host's.
+// A suite is a table of functions that belongs to the host. It may be used from its acquisition to
+// its release, which names the same suite and version. Unless said otherwise a function is called
+// on the thread that runs the command, borrows what it is given, and returns 0 or a code of the
+// host's.
 #pragma once
 
 #include "pf_params.h"
@@ -29,8 +30,9 @@ inline constexpr char kPFColorParamSuite[] = "PF ColorParamSuite";
 
 using PF_NewWorldFlags = A_long;
 inline constexpr PF_NewWorldFlags PF_NewWorldFlag_NONE = 0;
-inline constexpr PF_NewWorldFlags PF_NewWorldFlag_CLEAR_PIXELS = 1;  // else the content is undefined
-inline constexpr PF_NewWorldFlags PF_NewWorldFlag_DEEP_PIXELS = 2;   // 16-bit, else 8-bit
+inline constexpr PF_NewWorldFlags PF_NewWorldFlag_CLEAR_PIXELS =
+    1;                                                              // else the content is undefined
+inline constexpr PF_NewWorldFlags PF_NewWorldFlag_DEEP_PIXELS = 2;  // 16-bit, else 8-bit
 
 /// Version 1: worlds of 8 and 16 bits. The host owns the pixels; the effect owns the world from a
 /// successful new_world to its one dispose_world.
@@ -63,9 +65,9 @@ struct PF_SampPB {
 };
 
 /// Samplers: (x, y) are 16.16 pixels of params->src, pixel (i, j) covering [i-0.5, i+0.5] x
-/// [j-0.5, j+0.5]. The area sampler averages over the box: alpha is its mean with transparent outside
-/// the world, colour the alpha-weighted mean. Called from iteration threads, many at once; writes only
-/// *dst. A null entry is not offered.
+/// [j-0.5, j+0.5]. The area sampler averages over the box: alpha is its mean with transparent
+/// outside the world, colour the alpha-weighted mean. Called from iteration threads, many at once;
+/// writes only *dst. A null entry is not offered.
 template <class Pixel>
 using PF_SampleFunc = PF_Err (*)(PF_ProgPtr effect_ref, PF_Fixed x, PF_Fixed y,
                                  const PF_SampPB* params, Pixel* dst);
@@ -86,8 +88,8 @@ template <class Pixel>
 using PF_IteratePixelFunc = PF_Err (*)(void* refcon, A_long x, A_long y, Pixel* in, Pixel* out);
 
 /// Runs the pixel function over area of dst (null: all of it). Reports progress between
-/// progress_base and progress_final, and returns the cancel code when the user cancels. An exception
-/// of the pixel function is thrown on to the caller after all threads have stopped.
+/// progress_base and progress_final, and returns the cancel code when the user cancels. An
+/// exception of the pixel function is thrown on to the caller after all threads have stopped.
 template <class Pixel>
 using PF_IterateFunc = PF_Err (*)(PF_InData* in_data, A_long progress_base, A_long progress_final,
                                   PF_EffectWorld* src, const PF_Rect* area, void* refcon,
@@ -99,6 +101,7 @@ struct PF_iterateFloatSuite1 {
 
 struct PF_ColorParamSuite1 {
   /// The colour of a checked-out colour control, not rounded to 8 bits.
-  PF_Err (*PF_GetFloatingPointColorFromColorDef)(PF_ProgPtr effect_ref, const PF_ParamDef* color_def,
+  PF_Err (*PF_GetFloatingPointColorFromColorDef)(PF_ProgPtr effect_ref,
+                                                 const PF_ParamDef* color_def,
                                                  PF_PixelFloat* fp_color);
 };

@@ -31,7 +31,8 @@ inline constexpr PF_Err PF_Interrupt_CANCEL = 517;
 /// The host's handle of one applied effect; opaque to the effect.
 using PF_ProgPtr = struct PF_OpaqueProgress*;
 
-/// Half-open: covers left <= x < right, top <= y < bottom. Empty when left >= right or top >= bottom.
+/// Half-open: covers left <= x < right, top <= y < bottom. Empty when left >= right or top >=
+/// bottom.
 struct PF_LRect {
   A_long left;
   A_long top;
@@ -86,9 +87,9 @@ inline constexpr PF_PixelFormat PF_PixelFormat_INVALID = 0x66646162;  // "badf"
 using PF_WorldFlags = A_long;
 inline constexpr PF_WorldFlags PF_WorldFlag_DEEP = 0x1;  // 16-bit pixels
 
-/// An image lent by the host. Row y starts at data + y * rowbytes bytes; rowbytes may be larger than
-/// the pixels of a row, and negative for a world stored bottom up. Pixel (0, 0) of the world is pixel
-/// (origin_x, origin_y) of the layer, in buffer pixels.
+/// An image lent by the host. Row y starts at data + y * rowbytes bytes; rowbytes may be larger
+/// than the pixels of a row, and negative for a world stored bottom up. Pixel (0, 0) of the world
+/// is pixel (origin_x, origin_y) of the layer, in buffer pixels.
 struct PF_LayerDef {
   PF_WorldFlags world_flags;
   PF_Pixel* data;  // the pixels, whatever their depth
@@ -100,7 +101,8 @@ struct PF_LayerDef {
 };
 using PF_EffectWorld = PF_LayerDef;
 
-/// Product of two 16.16 numbers, rounded to nearest; what does not fit becomes the nearest that does.
+/// Product of two 16.16 numbers, rounded to nearest; what does not fit becomes the nearest that
+/// does.
 inline constexpr PF_Fixed FixMul(PF_Fixed a, PF_Fixed b) {
   const std::int64_t product = (static_cast<std::int64_t>(a) * b + 0x8000) >> 16;
   if (product > INT32_MAX) return INT32_MAX;
