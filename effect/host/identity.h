@@ -6,6 +6,8 @@
 namespace vorlin {
 
 inline constexpr char kEffectName[] = "ZT Vorlin";
+inline constexpr char kCategory[] = "Nuvrik";  // the menu that the host lists it under
+inline constexpr char kEntryPoint[] = "MainEntry";
 inline constexpr char kFamilyAndRelease[] = "Nuvrik 1.7.1";
 inline constexpr char kPlatformTag[] = "MachO Intel";
 inline constexpr int kMajorVersion = 1;
