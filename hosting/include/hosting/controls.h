@@ -12,16 +12,7 @@
 
 namespace hosting {
 
-enum class ControlType {
-  kSlider,
-  kAngle,
-  kCheckbox,
-  kPopup,
-  kColor,
-  kPoint,
-  kGroupStart,
-  kGroupEnd
-};
+enum class ControlType { kSlider, kAngle, kPopup, kColor, kPoint, kGroupStart, kGroupEnd };
 
 /// Everything the host knows of one control. Sliders and angles are in their displayed units.
 struct ControlInfo {
@@ -31,7 +22,7 @@ struct ControlInfo {
   ControlType type = ControlType::kGroupEnd;
   Range valid;   // sliders: what is accepted
   Range slider;  // sliders: what the slider reaches
-  /// Slider and angle: double. Checkbox (0, 1) and popup (from 1): int. Point: Point, in percent of
+  /// Slider and angle: double. Popup: int, from 1. Point: Point, in percent of
   /// the layer's width and height. Groups: 0.0.
   std::variant<double, int, Color, Point> default_value;
   int precision = 0;                 // decimal places shown
@@ -51,7 +42,7 @@ struct ControlInfo {
 /// From the record and index of an add_param call; throws Error for a type that this host lacks.
 ControlInfo DescribeControl(int index, const PF_ParamDef& record);
 
-/// Slider and angle: double. Checkbox and popup: int, which always holds. Point: full-resolution
+/// Slider and angle: double. Popup: int, which always holds. Point: full-resolution
 /// pixels of the layer.
 using ControlTrack = std::variant<Track<double>, Track<int>, Track<Color>, Track<Point>>;
 

@@ -20,7 +20,7 @@ PF_PixelFormat FormatOf(Depth depth);
 /// How rows lie in memory. The default suits vector loads; the others are for finding effects that
 /// take more for granted than the interface promises.
 struct WorldLayout {
-  int alignment = 64;      // bytes, of rows: a power of two from 4 (float: 16) to 4096
+  int alignment = 64;      // bytes, of rows: a power of two from 4 to 4096
   bool bottom_up = false;  // negative rowbytes
   bool guards = false;     // guard bytes around every row, poison in fresh pixels
 };
@@ -58,6 +58,9 @@ class World {
     return reinterpret_cast<std::byte*>(record_.data) +
            static_cast<std::ptrdiff_t>(record_.rowbytes) * y;
   }
+
+  /// Whether the record's pixels are some of this world's.
+  bool Holds(const PF_EffectWorld& record) const;
 
   /// All pixels transparent black.
   void Clear();

@@ -1,0 +1,36 @@
+// Rows of an image, worked on by several threads.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "pf_types.h"
+
+namespace hosting {
+
+/// Threads to share work among.
+class Workers {
+ public:
+  /// 0: as many as the machine has.
+  explicit Workers(int threads);
+  ~Workers();
+
+  int count() const { return count_; }
+  /// Runs work on all threads at once and waits for it to end; with one thread, on the caller's.
+  void Run(const std::function<void()>& work);
+
+ private:
+  struct Arena;
+
+  int count_;
+  std::unique_ptr<Arena> arena_;
+};
+
+/// Calls row(y) for all y in [first, end), each once, spread over the workers, and done(rows so
+/// far) now and then, never from two threads at once. A non-zero result of row ends the work: the
+/// lowest row's is returned, whichever came first. A non-zero result of done ends it too and is
+/// returned unless a row failed. Exceptions of either are thrown on to the caller in the same way.
+PF_Err ForEachRow(Workers& workers, int first, int end, const std::function<PF_Err(int y)>& row,
+                  const std::function<PF_Err(int rows)>& done);
+
+}  // namespace hosting

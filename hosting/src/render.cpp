@@ -1,0 +1,185 @@
+#include "hosting/render.h"
+
+#include <utility>
+
+#include "command.h"
+#include "hosting/errors.h"
+
+namespace hosting {
+namespace {
+
+/// A picture prepared for lending.
+struct PreparedLayer {
+  std::shared_ptr<const Picture> picture;
+  World world;
+  AreaSampler sampler;
+
+  PreparedLayer(std::shared_ptr<const Picture> from, World made)
+      : picture(std::move(from)), world(std::move(made)), sampler(world.record(), world.depth()) {}
+};
+
+bool IsEmpty(const PF_LRect& r) { return r.left >= r.right || r.top >= r.bottom; }
+
+bool Inside(const PF_LRect& r, const PF_LRect& bounds) {
+  return IsEmpty(r) || (r.left >= bounds.left && r.right <= bounds.right && r.top >= bounds.top &&
+                        r.bottom <= bounds.bottom);
+}
+
+std::string Text(const PF_LRect& r) {
+  return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " +
+         std::to_string(r.right) + ", " + std::to_string(r.bottom) + ")";
+}
+
+World WorldFor(const PF_LRect& rect, Depth depth, const WorldLayout& layout) {
+  World world(rect.right - rect.left, rect.bottom - rect.top, depth, layout);
+  world.SetOrigin(rect.left, rect.top);
+  return world;
+}
+
+/// The frame of the layer that is shown at a layer time.
+std::int64_t LayerFrame(A_long layer_time, A_long layer_step) {
+  const std::int64_t frame = layer_time / layer_step;
+  return layer_time % layer_step < 0 ? frame - 1 : frame;
+}
+
+}  // namespace
+
+struct Renderer::State {
+  State(const Effect& e, Setup s, RenderOptions o)
+      : effect(&e), setup(std::move(s)), options(std::move(o)), workers(options.threads) {
+    setup.Check();
+    if (options.threads < 0) throw Error("a number of threads cannot be negative");
+    if (setup.controls.controls().size() != effect->controls().size()) {
+      throw Error("the controls are not this effect's");
+    }
+    bounds = {0, 0, ReducedSize(setup.width, options.downsample_x),
+              ReducedSize(setup.height, options.downsample_y)};
+    region = options.region.value_or(bounds);
+    if (IsEmpty(region)) region = {region.left, region.top, region.left, region.top};
+  }
+
+  PreparedLayer& LayerAt(A_long layer_time);
+  World RenderSmart(A_long layer_time);
+  World RenderClassic(A_long layer_time);
+  void Attach(Command& command, A_long layer_time);
+
+  const Effect* effect;
+  Setup setup;
+  RenderOptions options;
+  Workers workers;
+  PF_LRect bounds{};  // of the layer, in buffer pixels
+  PF_LRect region{};  // what is asked for
+  std::shared_ptr<PreparedLayer> layer;
+};
+
+PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
+  const std::shared_ptr<const Picture> picture =
+      setup.picture(LayerFrame(layer_time, setup.time.layer_step()));
+  if (layer && layer->picture == picture) return *layer;
+  if (!picture)
+    throw Error("the layer has no picture at " + std::to_string(setup.time.Seconds(layer_time)) +
+                " s");
+  if (picture->width() != setup.width || picture->height() != setup.height) {
+    throw Error("the layer's picture has " + std::to_string(picture->width()) + " x " +
+                std::to_string(picture->height()) + " pixels, the layer " +
+                std::to_string(setup.width) + " x " + std::to_string(setup.height));
+  }
+  layer = std::make_shared<PreparedLayer>(
+      picture,
+      picture->ToWorld(options.depth, options.downsample_x, options.downsample_y, options.layout));
+  return *layer;
+}
+
+void Renderer::State::Attach(Command& command, A_long layer_time) {
+  Prepare(command, setup, layer_time, options);
+  command.out_data.out_flags = effect->out_flags();
+  command.out_data.out_flags2 = effect->out_flags2();
+  command.progress = &options.progress;
+  command.workers = &workers;
+}
+
+World Renderer::State::RenderSmart(A_long layer_time) {
+  SmartFrame smart;
+  smart.bounds = bounds;
+  PF_RenderRequest request{};
+  request.rect = region;
+
+  Command pre(effect->entry(), PF_Cmd_SMART_PRE_RENDER, options.observer);
+  Attach(pre, layer_time);
+  pre.smart = &smart;
+  PF_PreRenderInput pre_input{request};
+  PF_PreRenderOutput pre_output{};
+  PF_PreRenderCallbacks pre_callbacks = PreRenderCallbacks();
+  PF_PreRenderExtra pre_extra{&pre_input, &pre_output, &pre_callbacks};
+  pre.Run(nullptr, &pre_extra);
+  const PF_LRect result = pre_output.result_rect;
+  if (!Inside(result, pre_output.max_result_rect)) {
+    throw Breach("PF_Cmd_SMART_PRE_RENDER: result_rect " + Text(result) +
+                 " reaches out of max_result_rect " + Text(pre_output.max_result_rect));
+  }
+
+  World picture = WorldFor(region, options.depth, {});
+  picture.Clear();
+  if (IsEmpty(result)) return picture;
+
+  World output = WorldFor(result, options.depth, options.layout);
+  Command render(effect->entry(), PF_Cmd_SMART_RENDER, options.observer);
+  Attach(render, layer_time);
+  render.smart = &smart;
+  render.input = &layer->world;
+  render.sampler = &layer->sampler;
+  render.output = &output;
+  PF_SmartRenderInput render_input{request};
+  PF_SmartRenderCallbacks callbacks = SmartRenderCallbacks();
+  PF_SmartRenderExtra extra{&render_input, &callbacks};
+  render.Run(nullptr, &extra);
+  if (!options.layout.guards && Inside(region, result) && Inside(result, region)) return output;
+  CopyOverlap(output, picture);
+  return picture;
+}
+
+World Renderer::State::RenderClassic(A_long layer_time) {
+  World output = WorldFor(bounds, options.depth, options.layout);
+  Command render(effect->entry(), PF_Cmd_RENDER, options.observer);
+  Attach(render, layer_time);
+  render.input = &layer->world;
+  render.sampler = &layer->sampler;
+  render.output = &output;
+  render.Lend(layer->world);
+  render.Lend(output);
+  render.params[0].u.ld = layer->world.record();
+  render.Run(output.lend());
+
+  World picture = WorldFor(region, options.depth, {});
+  picture.Clear();
+  CopyOverlap(output, picture);
+  return picture;
+}
+
+Renderer::Renderer(const Effect& effect, Setup setup, RenderOptions options)
+    : state_(std::make_unique<State>(effect, std::move(setup), std::move(options))) {}
+Renderer::~Renderer() = default;
+Renderer::Renderer(Renderer&&) noexcept = default;
+Renderer& Renderer::operator=(Renderer&&) noexcept = default;
+
+const Setup& Renderer::setup() const { return state_->setup; }
+const RenderOptions& Renderer::options() const { return state_->options; }
+
+Frame Renderer::Render(A_long comp_time) {
+  State& s = *state_;
+  if (!s.setup.layer_span.Holds(s.setup.time.Seconds(comp_time))) {
+    World nothing = WorldFor(s.region, s.options.depth, {});
+    nothing.Clear();
+    return {std::move(nothing), nullptr};
+  }
+  const std::int64_t layer_time = std::int64_t{comp_time} - s.setup.layer_start;
+  if (layer_time != static_cast<A_long>(layer_time)) {
+    throw Error("a time that far from the layer's start does not fit into 32 bits");
+  }
+  const auto time = static_cast<A_long>(layer_time);
+  s.LayerAt(time);
+  World picture = s.options.smart ? s.RenderSmart(time) : s.RenderClassic(time);
+  return {std::move(picture), {s.layer, &s.layer->world}};
+}
+
+}  // namespace hosting

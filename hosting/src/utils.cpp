@@ -1,0 +1,124 @@
+// Utility callbacks: filling and iterating over worlds.
+#include <algorithm>
+#include <cstring>
+
+#include "command.h"
+
+namespace hosting {
+namespace {
+
+PF_LRect Clipped(const PF_Rect* rect, const PF_EffectWorld& world) {
+  const PF_LRect all{0, 0, world.width, world.height};
+  if (rect == nullptr) return all;
+  return {std::max(rect->left, all.left), std::max(rect->top, all.top),
+          std::min(rect->right, all.right), std::min(rect->bottom, all.bottom)};
+}
+
+template <class Pixel>
+Pixel* Row(const PF_EffectWorld& world, A_long y) {
+  return reinterpret_cast<Pixel*>(reinterpret_cast<char*>(world.data) +
+                                  static_cast<std::ptrdiff_t>(world.rowbytes) * y);
+}
+
+PF_Err Fill(PF_ProgPtr effect_ref, const PF_Pixel* color, const PF_Rect* rect,
+            PF_EffectWorld* world) {
+  Command* const command = Command::Of(effect_ref);
+  if (command == nullptr || world == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
+  const PF_LRect area = Clipped(rect, *world);
+  const PF_Pixel shown = color == nullptr ? PF_Pixel{} : *color;
+  const PF_Err err =
+      command->Arrive(CallKind::kFill, {Arg("alpha", shown.alpha), Arg("red", shown.red),
+                                        Arg("green", shown.green), Arg("blue", shown.blue),
+                                        Arg("width", world->width), Arg("height", world->height)});
+  if (err != 0) return err;
+  const World* const ours = command->Find(world);
+  if (ours == nullptr) {
+    command->ledger.Note("fill of a world that the host did not lend");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (color != nullptr && ours->depth() != Depth::k8) return PF_Err_BAD_CALLBACK_PARAM;
+  if (area.left >= area.right) return PF_Err_NONE;
+  const std::size_t size = PixelSize(ours->depth());
+  const auto columns = static_cast<std::size_t>(area.right - area.left);
+  for (A_long y = area.top; y < area.bottom; ++y) {
+    if (color == nullptr) {
+      std::memset(Row<char>(*world, y) + static_cast<std::size_t>(area.left) * size, 0,
+                  columns * size);
+    } else {
+      std::fill_n(Row<PF_Pixel>(*world, y) + area.left, columns, *color);
+    }
+  }
+  return PF_Err_NONE;
+}
+
+template <class Pixel>
+struct IterateCall;
+template <>
+struct IterateCall<PF_Pixel> {
+  static constexpr CallKind kKind = CallKind::kIterate;
+  static constexpr Depth kDepth = Depth::k8;
+};
+template <>
+struct IterateCall<PF_Pixel16> {
+  static constexpr CallKind kKind = CallKind::kIterate16;
+  static constexpr Depth kDepth = Depth::k16;
+};
+template <>
+struct IterateCall<PF_PixelFloat> {
+  static constexpr CallKind kKind = CallKind::kIterateFloat;
+  static constexpr Depth kDepth = Depth::k32;
+};
+
+template <class Pixel>
+PF_Err Iterate(PF_InData* in_data, A_long progress_base, A_long progress_final, PF_EffectWorld* src,
+               const PF_Rect* area, void* refcon, PF_IteratePixelFunc<Pixel> pix_fn,
+               PF_EffectWorld* dst) {
+  using Kind = IterateCall<Pixel>;
+  Command* const command = in_data == nullptr ? nullptr : Command::Of(in_data->effect_ref);
+  if (command == nullptr || dst == nullptr || pix_fn == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
+  const PF_LRect rect = Clipped(area, *dst);
+  const PF_Err err =
+      command->Arrive(Kind::kKind, {Arg("base", progress_base), Arg("final", progress_final),
+                                    Arg("src", src == nullptr ? "none" : "world"),
+                                    Arg("area", area == nullptr ? "all" : "rect"),
+                                    Arg("width", dst->width), Arg("height", dst->height)});
+  if (err != 0) return err;
+  const World* const ours = command->Find(dst);
+  const bool fits = src == nullptr || (src->width >= rect.right && src->height >= rect.bottom);
+  if (ours == nullptr || ours->depth() != Kind::kDepth || !fits || command->workers == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (rect.left >= rect.right || rect.top >= rect.bottom) return PF_Err_NONE;
+
+  const auto row = [&](int y) -> PF_Err {
+    Pixel* out = Row<Pixel>(*dst, y);
+    Pixel* in = src == nullptr ? nullptr : Row<Pixel>(*src, y);
+    for (A_long x = rect.left; x < rect.right; ++x) {
+      const PF_Err pixel_err = pix_fn(refcon, x, y, in == nullptr ? nullptr : in + x, out + x);
+      if (pixel_err != 0) return pixel_err;
+    }
+    return PF_Err_NONE;
+  };
+  const auto done = [&](int rows) -> PF_Err {
+    const Progress* const progress = command->progress;
+    if (progress == nullptr || !*progress) return PF_Err_NONE;
+    const std::int64_t span = std::int64_t{progress_final} - progress_base;
+    const auto current =
+        static_cast<A_long>(progress_base + span * rows / (rect.bottom - rect.top));
+    return (*progress)(current, progress_final) ? PF_Err_NONE : PF_Interrupt_CANCEL;
+  };
+  return ForEachRow(*command->workers, rect.top, rect.bottom, row, done);
+}
+
+}  // namespace
+
+PF_UtilCallbacks UtilCallbacks(bool observed) {
+  return {Fill, Iterate<PF_Pixel>, Iterate<PF_Pixel16>, AnsiCallbacks(observed)};
+}
+
+const PF_iterateFloatSuite1& IterateFloatSuite() {
+  static constexpr PF_iterateFloatSuite1 kSuite{Iterate<PF_PixelFloat>};
+  return kSuite;
+}
+
+}  // namespace hosting
