@@ -7,7 +7,7 @@ namespace hosting {
 namespace {
 
 std::string SuiteText(std::string_view suite, int version) {
-  return "\"" + std::string(suite) + "\" version " + std::to_string(version);
+  return std::string("\"").append(suite).append("\" version ") + std::to_string(version);
 }
 
 std::string SizeText(int width, int height) {
