@@ -1,0 +1,42 @@
+# What `cmake --install` puts where: the program, the effect with its manifest, and the host library with
+# its headers, a CMake package (vorlin::hosting, vorlin_EFFECT) and a pkg-config file (vorlin-hosting).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(VORLIN_MANIFEST ${PROJECT_BINARY_DIR}/effect/vorlin.manifest.json)
+set(VORLIN_EFFECT_DIR ${CMAKE_INSTALL_LIBDIR}/vorlin)
+set(VORLIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorlin)
+
+install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
+install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
+
+install(
+  TARGETS vorlin_platform vorlin_hosting
+  EXPORT vorlin
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vorlin)
+install(
+  DIRECTORY platform/ hosting/include/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vorlin
+  FILES_MATCHING
+  PATTERN "*.h")
+install(
+  EXPORT vorlin
+  NAMESPACE vorlin::
+  FILE vorlinTargets.cmake
+  DESTINATION ${VORLIN_PACKAGE_DIR})
+configure_package_config_file(
+  cmake/vorlinConfig.cmake.in ${PROJECT_BINARY_DIR}/vorlinConfig.cmake
+  INSTALL_DESTINATION ${VORLIN_PACKAGE_DIR}
+  PATH_VARS VORLIN_EFFECT_DIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/vorlinConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vorlinConfig.cmake
+              ${PROJECT_BINARY_DIR}/vorlinConfigVersion.cmake DESTINATION ${VORLIN_PACKAGE_DIR})
+# The libraries' folder may be two levels deep (lib/x86_64-linux-gnu).
+file(RELATIVE_PATH VORLIN_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/vorlin-hosting.pc.in ${PROJECT_BINARY_DIR}/vorlin-hosting.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vorlin-hosting.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

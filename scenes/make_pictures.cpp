@@ -1,0 +1,206 @@
+// Draws the pictures of the example scenes into the folder given: make_pictures FOLDER
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kWidth = 960;
+constexpr int kHeight = 540;
+// Subpixels along each side of a pixel; edges are drawn hard and softened by their mean.
+constexpr int kSubpixels = 4;
+
+struct Color {
+  float r = 0;
+  float g = 0;
+  float b = 0;
+};
+
+Color operator+(Color a, Color b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
+Color operator*(float k, Color a) { return {k * a.r, k * a.g, k * a.b}; }
+Color Mix(Color a, Color b, float t) { return (1 - t) * a + t * b; }
+
+float SmoothStep(float from, float to, float x) {
+  const float t = std::clamp((x - from) / (to - from), 0.0F, 1.0F);
+  return t * t * (3 - 2 * t);
+}
+
+// Repeatable numbers in [0, 1), the same on every machine.
+class Random {
+ public:
+  explicit Random(std::uint32_t seed) : state_(seed) {}
+  float operator()() {
+    state_ ^= state_ << 13;
+    state_ ^= state_ >> 17;
+    state_ ^= state_ << 5;
+    return static_cast<float>(state_ >> 8) / 16777216.0F;
+  }
+  float Between(float low, float high) { return low + (high - low) * (*this)(); }
+
+ private:
+  std::uint32_t state_;
+};
+
+// A picture's colour at a point; x runs over 0 to 16/9, y from 0 at the top to 1.
+using Painting = std::function<Color(float x, float y)>;
+
+struct Stop {
+  float at;
+  Color color;
+};
+
+template <std::size_t N>
+Color Gradient(const std::array<Stop, N>& stops, float t) {
+  Color color = stops.front().color;
+  for (std::size_t i = 1; i < N; ++i) {
+    color = Mix(color, stops[i].color, SmoothStep(stops[i - 1].at, stops[i].at, t));
+  }
+  return color;
+}
+
+// A sun going down behind rows of hills, doubled in still water.
+Color DuskSky(float x, float y) {
+  constexpr std::array<Stop, 5> kSky{{{0.0F, {0.06F, 0.07F, 0.24F}},
+                                      {0.25F, {0.30F, 0.16F, 0.45F}},
+                                      {0.42F, {0.80F, 0.28F, 0.44F}},
+                                      {0.54F, {0.99F, 0.55F, 0.32F}},
+                                      {0.66F, {1.00F, 0.86F, 0.52F}}}};
+  Color color = Gradient(kSky, y);
+  const float to_sun = std::hypot(x - 1.12F, y - 0.50F);
+  color = color + 0.45F * std::exp(-to_sun * 5.0F) * Color{1.0F, 0.75F, 0.4F};
+  if (to_sun < 0.085F) color = {1.0F, 0.95F, 0.78F};
+  for (int hill = 0; hill < 4; ++hill) {
+    const auto n = static_cast<float>(hill);
+    const float ridge = 0.50F + 0.045F * n + 0.035F * std::sin(x * (3.1F + n) + 2.3F * n) +
+                        0.018F * std::sin(x * (7.7F + 2 * n) + 1.1F * n);
+    if (y > ridge) color = Mix({0.62F, 0.30F, 0.46F}, {0.10F, 0.07F, 0.20F}, n / 3);
+  }
+  return color;
+}
+
+Color Dusk(float x, float y) {
+  constexpr float kShore = 0.70F;
+  if (y < kShore) return DuskSky(x, y);
+  const float depth = (y - kShore) / (1 - kShore);
+  const float ripple = 0.012F * depth * std::sin(depth * depth * 90 + 3 * std::sin(x * 4));
+  const Color mirrored = DuskSky(x + ripple, kShore - 0.95F * (y - kShore) * (1.6F - 0.3F * depth));
+  return Mix(mirrored, {0.12F, 0.14F, 0.35F}, 0.15F + 0.35F * depth);
+}
+
+// Lights of a town far out of focus.
+struct LightDisc {
+  float x;
+  float y;
+  float radius;
+  float strength;
+  Color color;
+};
+
+std::vector<LightDisc> TownLights() {
+  constexpr std::array<Color, 6> kColors{{{1.0F, 0.62F, 0.22F},
+                                          {1.0F, 0.34F, 0.26F},
+                                          {0.25F, 0.70F, 1.0F},
+                                          {0.96F, 0.85F, 0.55F},
+                                          {0.78F, 0.30F, 0.95F},
+                                          {0.25F, 0.95F, 0.70F}}};
+  Random random(20111);
+  std::vector<LightDisc> discs;
+  for (int i = 0; i < 130; ++i) {
+    const float y = 0.5F + 0.42F * (random() + random() + random() - 1.5F);
+    discs.push_back({random.Between(-0.05F, 1.83F), y, random.Between(0.022F, 0.075F),
+                     random.Between(0.12F, 0.55F),
+                     kColors[static_cast<std::size_t>(random() * 5.99F)]});
+  }
+  return discs;
+}
+
+Color Town(const std::vector<LightDisc>& discs, float x, float y) {
+  constexpr std::array<Stop, 3> kNight{{{0.0F, {0.03F, 0.05F, 0.13F}},
+                                        {0.5F, {0.10F, 0.09F, 0.22F}},
+                                        {1.0F, {0.03F, 0.04F, 0.09F}}}};
+  Color color = Gradient(kNight, y);
+  for (const LightDisc& disc : discs) {
+    const float r = std::hypot(x - disc.x, y - disc.y) / disc.radius;
+    // A lens out of focus shows a flat disc with a slightly brighter rim.
+    const float shape = SmoothStep(1.0F, 0.94F, r) * (0.62F + 0.38F * r * r * r * r);
+    color = color + shape * disc.strength * disc.color;
+  }
+  return color;
+}
+
+// Quarter-circle tiles in a few colours.
+Color Tiles(float x, float y) {
+  constexpr std::array<Color, 6> kColors{{{0.96F, 0.91F, 0.80F},
+                                          {0.90F, 0.34F, 0.22F},
+                                          {0.10F, 0.42F, 0.46F},
+                                          {0.97F, 0.72F, 0.24F},
+                                          {0.13F, 0.18F, 0.30F},
+                                          {0.54F, 0.74F, 0.66F}}};
+  constexpr float kSide = 1.0F / 6;
+  const int column = static_cast<int>(std::floor(x / kSide));
+  const int row = static_cast<int>(std::floor(y / kSide));
+  Random random(static_cast<std::uint32_t>(7919 * (column + 31) + 104729 * (row + 57)));
+  for (int i = 0; i < 8; ++i) random();
+  const auto pick = [&](int count) { return static_cast<std::size_t>(random.Between(0, static_cast<float>(count) - 0.01F)); };
+  const std::size_t ground = pick(6);
+  const std::size_t figure = (ground + 1 + pick(5)) % 6;
+  const std::size_t centre = (figure + 1 + pick(4)) % 6;
+  const std::size_t corner = pick(4);
+  float u = x / kSide - static_cast<float>(column);
+  float v = y / kSide - static_cast<float>(row);
+  if (corner % 2 == 1) u = 1 - u;
+  if (corner / 2 == 1) v = 1 - v;
+  const float r = std::hypot(u, v);
+  if (r < 0.42F) return kColors[centre];
+  return kColors[r < 0.98F ? figure : ground];
+}
+
+bool Save(const std::string& path, const Painting& painting, int jpeg_quality) {
+  std::vector<std::uint8_t> pixels;
+  pixels.reserve(std::size_t{3} * kWidth * kHeight);
+  for (int row = 0; row < kHeight; ++row) {
+    for (int column = 0; column < kWidth; ++column) {
+      Color sum;
+      for (int s = 0; s < kSubpixels * kSubpixels; ++s) {
+        const float dx = (static_cast<float>(s % kSubpixels) + 0.5F) / kSubpixels;
+        const float dy = (static_cast<float>(s / kSubpixels) + 0.5F) / kSubpixels;
+        sum = sum + painting((static_cast<float>(column) + dx) / kHeight,
+                             (static_cast<float>(row) + dy) / kHeight);
+      }
+      constexpr float kMean = 1.0F / (kSubpixels * kSubpixels);
+      for (const float channel : {sum.r, sum.g, sum.b}) {
+        pixels.push_back(static_cast<std::uint8_t>(std::lround(std::clamp(channel * kMean, 0.0F, 1.0F) * 255)));
+      }
+    }
+  }
+  OIIO::ImageSpec spec(kWidth, kHeight, 3, OIIO::TypeDesc::UINT8);
+  spec.attribute("Compression", "jpeg:" + std::to_string(jpeg_quality));
+  const auto file = OIIO::ImageOutput::create(path);
+  return file && file->open(path, spec) && file->write_image(OIIO::TypeDesc::UINT8, pixels.data()) &&
+         file->close();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+    return 2;
+  }
+  const std::string folder = argv[1];
+  const std::vector<LightDisc> discs = TownLights();
+  const bool good =
+      Save(folder + "/dusk.jpg", Dusk, 92) &&
+      Save(folder + "/town.jpg", [&](float x, float y) { return Town(discs, x, y); }, 92) &&
+      Save(folder + "/tiles.png", Tiles, 0);
+  if (!good) std::fprintf(stderr, "%s: cannot write the pictures to %s\n", argv[0], argv[1]);
+  return good ? 0 : 1;
+}
