@@ -16,6 +16,15 @@ std::string Bytes(const Record* records, std::size_t count) {
   return {reinterpret_cast<const char*>(records), sizeof(Record) * count};
 }
 
+std::string Pixels(const World& world) {
+  std::string pixels;
+  for (int y = 0; y < world.height(); ++y) {
+    pixels += Bytes(world.RowBytes(y),
+                    static_cast<std::size_t>(world.width()) * PixelSize(world.depth()));
+  }
+  return pixels;
+}
+
 }  // namespace
 
 // Callbacks without an effect_ref find the command here. Written with g_command_mutex held.
@@ -42,6 +51,9 @@ void Command::Run(PF_LayerDef* output_record, void* extra) {
   for (PF_ParamDef& param : params) pointers.push_back(&param);
   const std::string in_before = Bytes(&in_data, 1);
   const std::string params_before = Bytes(params.data(), params.size());
+  // Costs as much as the picture, so only where writes are watched anyway.
+  const World* const watched = layout.guards ? input : nullptr;
+  const std::string input_before = watched == nullptr ? std::string() : Pixels(*watched);
 
   current_ = this;
   PF_Err result = 0;
@@ -57,6 +69,9 @@ void Command::Run(PF_LayerDef* output_record, void* extra) {
   if (in_before != Bytes(&in_data, 1)) ledger.Note("the effect wrote to PF_InData");
   if (params_before != Bytes(params.data(), params.size())) {
     ledger.Note("the effect wrote to the host's control records");
+  }
+  if (watched != nullptr && input_before != Pixels(*watched)) {
+    ledger.Note("the effect wrote to the input world");
   }
   CheckGuards("the command's end");
   if (const std::string verdict = ledger.Verdict(); !verdict.empty()) {

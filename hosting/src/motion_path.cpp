@@ -69,8 +69,8 @@ Point MotionPath::At(double fraction) const {
     const Point d = Derivative(s);
     return d == Point{} ? chord : d;
   };
-  if (target < 0) return beyond(controls_[0], direction(0), target);
-  if (target > length()) return beyond(controls_[3], direction(1), target - length());
+  if (target <= 0) return beyond(controls_[0], direction(0), target);
+  if (target >= length()) return beyond(controls_[3], direction(1), target - length());
 
   const auto after = std::upper_bound(lengths_.begin() + 1, lengths_.end() - 1, target);
   const auto piece = static_cast<double>(after - lengths_.begin() - 1);
