@@ -10,6 +10,19 @@ namespace {
 // Effects keep state in their process, so that two commands must never run at once in one.
 std::mutex g_command_mutex;
 
+/// Set while this thread runs a command: an observer that gave another would wait for itself.
+thread_local bool t_commanding = false;
+
+struct Commanding {
+  Commanding() {
+    if (t_commanding) throw Error("a command cannot be given from within another");
+    t_commanding = true;
+  }
+  ~Commanding() { t_commanding = false; }
+  Commanding(const Commanding&) = delete;
+  Commanding& operator=(const Commanding&) = delete;
+};
+
 /// The bytes of a record, for finding out whether anybody wrote to it.
 template <class Record>
 std::string Bytes(const Record* records, std::size_t count) {
@@ -45,6 +58,7 @@ Command::Command(PF_MainEntry entry, PF_Cmd cmd, const Observer& observer)
 }
 
 void Command::Run(PF_LayerDef* output_record, void* extra) {
+  const Commanding commanding;
   const std::lock_guard lock(g_command_mutex);
   thread_ = std::this_thread::get_id();
   std::vector<PF_ParamDef*> pointers;

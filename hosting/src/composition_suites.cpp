@@ -65,7 +65,10 @@ PF_Err ConvertEffectToCompTime(PF_ProgPtr effect_ref, A_long what_time, A_u_long
                           {Arg("t", what_time), Arg("scale", time_scale)},
                           [&](const Setup& setup) -> PF_Err {
                             if (time_scale != setup.time.scale()) return PF_Err_BAD_CALLBACK_PARAM;
-                            *comp_time = {what_time + setup.layer_start, time_scale};
+                            const std::int64_t value = std::int64_t{what_time} + setup.layer_start;
+                            if (value != static_cast<A_long>(value))
+                              return PF_Err_BAD_CALLBACK_PARAM;
+                            *comp_time = {static_cast<A_long>(value), time_scale};
                             return PF_Err_NONE;
                           });
 }

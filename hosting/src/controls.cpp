@@ -149,6 +149,9 @@ ControlInfo DescribeControl(int index, const PF_ParamDef& record) {
       control.slider = {FromFixed(record.u.fd.slider_min), FromFixed(record.u.fd.slider_max)};
       control.default_value = FromFixed(record.u.fd.dephault);
       control.precision = record.u.fd.precision;
+      if (control.valid.min > control.valid.max) {
+        throw Error("the effect's " + Label(control) + " has no valid value");
+      }
       control.percent = (record.u.fd.display_flags & PF_ValueDisplayFlag_PERCENT) != 0;
       break;
     case PF_Param_ANGLE:
@@ -158,6 +161,9 @@ ControlInfo DescribeControl(int index, const PF_ParamDef& record) {
     case PF_Param_POPUP:
       control.type = ControlType::kPopup;
       control.default_value = int{record.u.pd.dephault};
+      if (record.u.pd.u.namesptr == nullptr) {
+        throw Error("the effect's " + Label(control) + " has no choices");
+      }
       control.choices = SplitChoices(record.u.pd.u.namesptr);
       break;
     case PF_Param_COLOR:

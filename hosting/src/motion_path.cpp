@@ -78,11 +78,18 @@ Point MotionPath::At(double fraction) const {
   double high = (piece + 1) / kPieces;
   const double start = low;
   const double wanted = target - *(after - 1);
+  // Newton's method, kept between the nearest points known to lie before and behind. A few steps
+  // reach the rounding of the length; where the curve stands still, halving takes more.
+  double s = low + (high - low) * wanted / (*after - *(after - 1));
   for (int i = 0; i < 50; ++i) {
-    const double middle = (low + high) / 2;
-    (LengthBetween(start, middle) < wanted ? low : high) = middle;
+    const double excess = LengthBetween(start, s) - wanted;
+    if (std::abs(excess) <= 1e-14 * length()) break;
+    (excess < 0 ? low : high) = s;
+    const Point d = Derivative(s);
+    s -= excess / std::hypot(d.x, d.y);
+    if (!(s > low && s < high)) s = (low + high) / 2;
   }
-  return OnCurve((low + high) / 2);
+  return OnCurve(s);
 }
 
 }  // namespace hosting

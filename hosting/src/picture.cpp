@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "encodings.h"
@@ -102,7 +103,8 @@ void ReduceRows(const std::vector<typename From::Channel>& pixels, int width,
 }
 
 void CheckFactor(Rational factor) {
-  if (factor.num() <= 0 || factor.num() > factor.den()) {
+  if (factor.num() <= 0 || factor.num() > factor.den() ||
+      factor.den() > std::numeric_limits<A_long>::max()) {
     throw Error("a layer can be rendered at a part of its size, not at " + factor.Text() +
                 " of it");
   }

@@ -1,14 +1,10 @@
 #include "hosting/setup.h"
 
+#include <limits>
+
 #include "hosting/errors.h"
 
 namespace hosting {
-namespace {
-
-constexpr int kMaxSide = 30000;
-
-}  // namespace
-
 PictureSource Still(Picture picture) {
   return [shared = std::make_shared<const Picture>(std::move(picture))](std::int64_t) {
     return shared;
@@ -20,8 +16,11 @@ void Setup::Check() const {
     throw Error("a layer of " + std::to_string(width) + " x " + std::to_string(height) +
                 " pixels: sides go from 1 to " + std::to_string(kMaxSide));
   }
-  if (!(pixel_aspect.value() >= 0.01 && pixel_aspect.value() <= 100)) {
-    throw Error("a pixel aspect ratio of " + pixel_aspect.Text() + ": expected 0.01 to 100");
+  constexpr std::int64_t kMaxPart = std::numeric_limits<A_long>::max();
+  if (!(pixel_aspect.value() >= 0.01 && pixel_aspect.value() <= 100) ||
+      pixel_aspect.num() > kMaxPart || pixel_aspect.den() > kMaxPart) {
+    throw Error("a pixel aspect ratio of " + pixel_aspect.Text() +
+                ": expected 0.01 to 100, as a ratio of 32-bit numbers");
   }
   if (!picture) throw Error("the layer has no picture");
   composition.Check();

@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kCacheLine = 64;
-constexpr int kMaxSide = 30000;  // pixels: what effects are told to expect at most
 constexpr auto kGuard = std::byte{0xA5};
 // White and not a number: what is read before it is written shows.
 constexpr auto kPoison = std::byte{0xFF};

@@ -12,7 +12,8 @@
 
 namespace hosting {
 
-/// Told how far a pass has come, never by two threads at once; false cancels the frame.
+/// Told how far a pass has come, never by two threads at once; false cancels the frame. What it
+/// throws passes through the effect, which makes a code of it.
 using Progress = std::function<bool(A_long current, A_long total)>;
 
 struct RenderOptions {

@@ -9,6 +9,9 @@
 
 namespace hosting {
 
+/// Pixels; the most that a side of an image may have.
+inline constexpr int kMaxSide = 30000;
+
 /// Bits a channel. Pixels are PF_Pixel, PF_Pixel16 and PF_PixelFloat.
 enum class Depth { k8 = 8, k16 = 16, k32 = 32 };
 
