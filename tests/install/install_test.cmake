@@ -1,6 +1,6 @@
 # Installs the build into a fresh folder, builds the example outside the tree against what was installed,
 # once by the CMake package and once by pkg-config, and has both render.
-# usage: cmake -D BUILD=... -D SOURCE=... -D WORK=... -D COMPILER=... -D FLAGS=... -P TestInstall.cmake
+# usage: cmake -D BUILD=... -D SOURCE=... -D WORK=... -D COMPILER=... -D FLAGS=... -P install_test.cmake
 
 function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
