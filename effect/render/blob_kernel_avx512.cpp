@@ -1,0 +1,47 @@
+// Compiled for AVX-512 F, VL and DQ.
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#include "render/blob_vectors.h"
+
+namespace vorlin {
+namespace {
+
+struct Avx512 {
+  using Doubles = __m512d;
+  static constexpr int kLanes = 8;
+
+  static Doubles Load(const double* v) { return _mm512_load_pd(v); }
+  static Doubles Broadcast(double v) { return _mm512_set1_pd(v); }
+  static Doubles Add(Doubles a, Doubles b) { return _mm512_add_pd(a, b); }
+  static Doubles Subtract(Doubles a, Doubles b) { return _mm512_sub_pd(a, b); }
+  static Doubles Multiply(Doubles a, Doubles b) { return _mm512_mul_pd(a, b); }
+
+  /// The masked form with a full mask: g++ 12 warns of its own header for the plain one.
+  static __m256 Rounded(Doubles v) { return _mm512_maskz_cvtpd_ps(0xFF, v); }
+
+  static void AddWhereLess(float* cells, Doubles d2, Doubles r2, Doubles force) {
+    const __mmask8 inside = _mm512_cmp_pd_mask(d2, r2, _CMP_LT_OQ);
+    const __m256 sum = _mm256_add_ps(_mm256_maskz_loadu_ps(inside, cells), Rounded(force));
+    _mm256_mask_storeu_ps(cells, inside, sum);
+  }
+  static void AddWhereLess(float* cells, Doubles low, Doubles high, Doubles r2, Doubles force_low,
+                           Doubles force_high) {
+    const __mmask16 inside = _mm512_kunpackb(_mm512_cmp_pd_mask(high, r2, _CMP_LT_OQ),
+                                             _mm512_cmp_pd_mask(low, r2, _CMP_LT_OQ));
+    const __m512 force =
+        _mm512_insertf32x8(_mm512_castps256_ps512(Rounded(force_low)), Rounded(force_high), 1);
+    _mm512_mask_storeu_ps(cells, inside,
+                          _mm512_add_ps(_mm512_maskz_loadu_ps(inside, cells), force));
+  }
+};
+
+}  // namespace
+
+void AddBlobAvx512(const BlobStrip& strip) { AddBlob<Avx512>(strip); }
+
+}  // namespace vorlin
+
+#endif
