@@ -11,8 +11,11 @@ template <class Integer = std::int32_t>
 inline Integer TruncTo(double v) {
   using Limits = std::numeric_limits<Integer>;
   static_assert(sizeof(Integer) <= 4, "the limits must be exact as doubles");
-  if (v >= static_cast<double>(Limits::max())) return Limits::max();
-  if (v > static_cast<double>(Limits::min())) return static_cast<Integer>(v);
+  constexpr auto kMin = static_cast<double>(Limits::min());
+  constexpr auto kMax = static_cast<double>(Limits::max());
+  if (v > kMin && v < kMax) [[likely]]
+    return static_cast<Integer>(v);
+  if (v >= kMax) return Limits::max();
   return v == v ? Limits::min() : Integer{0};
 }
 

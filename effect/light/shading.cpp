@@ -36,16 +36,19 @@ double SpotFactor(const LightSource& light, double cosine) {
 
 double LightShade::Length(const FX_D_Point& v) const { return inData->utils->ansi.sqrt(Dot(v, v)); }
 
-FX_D_Point LightShade::Toward(const LightSource& light, const FX_D_Point& surface) const {
+[[gnu::always_inline]] inline FX_D_Point LightShade::Toward(const LightSource& light,
+                                                            const FX_D_Point& surface) const {
   const FX_D_Point d{light.position.x - surface.x, light.position.y - surface.y,
                      light.position.z - surface.z};
   const double scale = 1.0 / (Length(d) + kLengthFloor);
   return {d.x * scale, d.y * scale, d.z * scale};
 }
 
-void LightShade::GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
-                                    const LightSource& light, double spot,
-                                    TSLightGather& gather) const {
+[[gnu::always_inline]] inline void LightShade::GatherOrthographic(const FX_D_Point& normal,
+                                                                  const FX_D_Point& toward,
+                                                                  const LightSource& light,
+                                                                  double spot,
+                                                                  TSLightGather& gather) const {
   double d = Dot(normal, toward);
   if (d > 0.0) {
     Add(gather.diffuse, spot * d, light.diffuseColor);
@@ -136,8 +139,9 @@ TSLightGather LightShade::Gathered(Distant distant, Point point, Spot spot) cons
   return gather;
 }
 
-FX_Double_Pixel LightShade::Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
-                                double dust_weight) const {
+[[gnu::always_inline]] inline FX_Double_Pixel LightShade::Lit(const FX_Double_Pixel& color,
+                                                              const TSLightGather& gather,
+                                                              double dust_weight) const {
   const auto channel = [&](double surface, double diffuse, double dust, double specular) {
     // White at metallicity 0, the surface's own colour at 1.
     const double tint = 1.0 + (surface - 1.0) * metallicity;

@@ -22,7 +22,6 @@ struct Heights {
   double left;
   double up;
 
-  bool Outside() const { return here < 0.0 && left < 0.0 && up < 0.0; }
   bool OnEdge() const { return here < 0.0 || left < 0.0 || up < 0.0; }
 
   /// The part of the pixel that a linear field would cover.
@@ -44,8 +43,10 @@ FX_D_Point Normal(const RIPInfo<Pixel>& info, const Heights& h) {
 }
 
 /// u folded into [margin, last - margin] by mirrored repetition.
-double Fold(double u, double margin, double last) {
+inline double Fold(double u, double margin, double last) {
   const double range = last - 2.0 * margin;
+  // Most points lie inside, where the steps below would change nothing.
+  if (u >= 0.0 && u < range) return margin + u;
   const double turns = u / range;
   // A layer of a single column has nothing to fold, and a point at infinity no place in the layer.
   if (!(range > 0.0 && std::abs(turns) < 2147483648.0)) return margin;
@@ -59,8 +60,11 @@ double Fold(double u, double margin, double last) {
   return (k & 1) != 0 ? last - folded : folded;
 }
 
+// Kept out of the pixel function, so that most pixels, which hold no stroke, cost a few comparisons
+// and no stack frame.
 template <class Pixel>
-PF_Err ShadeStroke(const RIPInfo<Pixel>& info, const Heights& h, A_long x, A_long y, Pixel* out) {
+[[gnu::noinline]] PF_Err ShadeStroke(const RIPInfo<Pixel>& info, const Heights h, A_long x,
+                                     A_long y, Pixel* out) {
   using Traits = PixelTraits<Pixel>;
   const FX_D_Point normal = Normal(info, h);
   const double ox = normal.x * info.reflectionScale;
@@ -103,9 +107,10 @@ PF_Err BlobRIP(void* refcon, A_long x, A_long y, Pixel* /*in*/, Pixel* out) {
   const auto& info = *static_cast<const RIPInfo<Pixel>*>(refcon);
   const float* const cell = FieldRow(*info.field, y) + x;
   const float here = *cell;
-  const Heights h{here, x == 0 ? here : cell[-1], y == 0 ? here : cell[-info.fieldStride]};
-  if (h.Outside()) return PF_Err_NONE;
-  return ShadeStroke(info, h, x, y, out);
+  const float left = x == 0 ? here : cell[-1];
+  const float up = y == 0 ? here : cell[-info.fieldStride];
+  if (here < 0.0F && left < 0.0F && up < 0.0F) return PF_Err_NONE;
+  return ShadeStroke(info, {here, left, up}, x, y, out);
 }
 
 template PF_Err BlobRIP<PF_Pixel>(void*, A_long, A_long, PF_Pixel*, PF_Pixel*);
