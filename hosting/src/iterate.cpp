@@ -1,16 +1,10 @@
 #include "iterate.h"
 
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/info.h>
-#include <oneapi/tbb/parallel_for.h>
-#include <oneapi/tbb/task_arena.h>
-
 #include <algorithm>
 #include <atomic>
 #include <exception>
 #include <limits>
 #include <mutex>
-#include <optional>
 
 namespace hosting {
 namespace {
@@ -90,30 +84,6 @@ class RowLoop {
 };
 
 }  // namespace
-
-struct Workers::Arena {
-  explicit Arena(int count) : arena(count) {}
-  tbb::task_arena arena;
-};
-
-Workers::Workers(int threads) : count_(threads > 0 ? threads : tbb::info::default_concurrency()) {
-  if (count_ > 1) arena_ = std::make_unique<Arena>(count_);
-}
-
-Workers::~Workers() = default;
-
-void Workers::Run(const std::function<void()>& work) {
-  if (!arena_) return work();
-  // More threads than cores must be real ones too.
-  std::optional<tbb::global_control> limit;
-  if (count_ > tbb::info::default_concurrency()) {
-    limit.emplace(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(count_));
-  }
-  arena_->arena.execute([&] {
-    tbb::parallel_for(
-        0, count_, [&](int) { work(); }, tbb::simple_partitioner());
-  });
-}
 
 PF_Err ForEachRow(Workers& workers, int first, int end, const std::function<PF_Err(int y)>& row,
                   const std::function<PF_Err(int rows)>& done) {

@@ -2,29 +2,11 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 
 #include "pf_types.h"
+#include "workers.h"
 
 namespace hosting {
-
-/// Threads to share work among.
-class Workers {
- public:
-  /// 0: as many as the machine has.
-  explicit Workers(int threads);
-  ~Workers();
-
-  int count() const { return count_; }
-  /// Runs work on all threads at once and waits for it to end; with one thread, on the caller's.
-  void Run(const std::function<void()>& work);
-
- private:
-  struct Arena;
-
-  int count_;
-  std::unique_ptr<Arena> arena_;
-};
 
 /// Calls row(y) for all y in [first, end), each once, spread over the workers, and done(rows so
 /// far) now and then, never from two threads at once. A non-zero result of row ends the work: the
