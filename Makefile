@@ -2,7 +2,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: build demo test clean
+.PHONY: build demo test bench clean
 
 build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
@@ -19,6 +19,15 @@ demo: $(BUILD)/build.ninja
 
 test: build
 	ctest --preset $(PRESET)
+
+# Ratios to references that are measured in the same run; the machine should be idle.
+BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.1
+BENCHES := splat_bench pixel_bench
+bench: | deps
+	@tools/install-deps bench
+	cmake --preset $(PRESET) -D VORLIN_BENCH=ON
+	cmake --build $(BUILD) --target $(BENCHES)
+	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS); done
 
 clean:
 	rm -rf build demo
