@@ -5,10 +5,10 @@
 
 namespace cli {
 
-// What the program ends with; scripts rely on the numbers. A signal ends it with 128 + its number.
+/// What the program ends with; scripts rely on the numbers. A signal ends it with 128 + its number.
 enum class ExitCode { kDone = 0, kWrongInput = 2, kFile = 3, kEffect = 4 };
 
-// Ends the program with one line on standard error.
+/// Ends the program with one line on standard error.
 class Error : public std::runtime_error {
  public:
   Error(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
@@ -19,22 +19,19 @@ class Error : public std::runtime_error {
   ExitCode code_;
 };
 
-// The scene or an argument is wrong.
+/// The scene or an argument is wrong.
 struct InputError : Error {
   explicit InputError(const std::string& message) : Error(ExitCode::kWrongInput, message) {}
 };
 
-// A file or folder cannot be read or written.
+/// A file or folder cannot be read or written.
 struct FileError : Error {
   explicit FileError(const std::string& message) : Error(ExitCode::kFile, message) {}
 };
 
-// The effect or its host reported an error.
-struct EffectError : Error {
-  explicit EffectError(const std::string& message) : Error(ExitCode::kEffect, message) {}
+/// The user asked to stop, by a signal.
+struct Interrupted {
+  int signal;
 };
-
-// The user asked to stop.
-struct Interrupted : std::exception {};
 
 }  // namespace cli

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <optional>
 #include <string_view>
 
@@ -17,7 +18,8 @@ struct Mark {
   int digits;
 };
 
-// "%d", "%4d" or "%04d" at `start`; a per cent sign that begins none of these is an ordinary letter.
+// "%d", "%4d" or "%04d" at `start`; a per cent sign that begins none of these is an ordinary
+// letter.
 std::optional<Mark> PrintfMark(std::string_view name, std::size_t start) {
   std::size_t end = start + 1;
   int digits = 0;
@@ -68,6 +70,25 @@ FilePattern FilePattern::Numbered() const {
 std::filesystem::path FilePattern::At(int frame) const {
   if (!numbered_) return path_;
   return path_.parent_path() / fmt::format("{}{:0{}}{}", before_, frame, digits_, after_);
+}
+
+std::vector<int> FilePattern::Existing() const {
+  std::vector<int> numbers;
+  const std::filesystem::path folder = path_.has_parent_path() ? path_.parent_path() : ".";
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with(before_)) continue;
+    int number = 0;
+    const auto [rest, err] =
+        std::from_chars(name.data() + before_.size(), name.data() + name.size(), number);
+    if (err == std::errc{} && rest + after_.size() == name.data() + name.size() &&
+        At(number).filename() == name) {
+      numbers.push_back(number);
+    }
+  }
+  std::sort(numbers.begin(), numbers.end());
+  return numbers;
 }
 
 }  // namespace cli

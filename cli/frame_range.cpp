@@ -44,11 +44,14 @@ Range ParseRange(const std::string_view item) {
   }
   if (!good || !text.empty()) {
     throw InputError(fmt::format(
-        "frames: \"{}\" is neither a frame (5) nor a range (0-89, 1-100x2 for every second)", item));
+        "frames: \"{}\" is neither a frame (5) nor a range (0-89, 1-100x2 for every second)",
+        item));
   }
-  if (range.step < 1) throw InputError(fmt::format("frames: \"{}\": the step must be 1 or more", item));
+  if (range.step < 1)
+    throw InputError(fmt::format("frames: \"{}\": the step must be 1 or more", item));
   if (range.last < range.first) {
-    throw InputError(fmt::format("frames: \"{}\" runs backwards; write {}-{}", item, range.last, range.first));
+    throw InputError(
+        fmt::format("frames: \"{}\" runs backwards; write {}-{}", item, range.last, range.first));
   }
   return range;
 }
@@ -57,9 +60,10 @@ Range ParseRange(const std::string_view item) {
 
 std::vector<int> ParseFrames(std::string_view text) {
   if (text.find(':') != std::string_view::npos) {
-    throw InputError(fmt::format(
-        "frames: \"{}\": ':' means different things in different programs; write 1-100x2 for every second frame",
-        text));
+    throw InputError(
+        fmt::format("frames: \"{}\": ':' means different things in different programs; write "
+                    "1-100x2 for every second frame",
+                    text));
   }
   std::vector<int> frames;
   std::unordered_set<int> seen;

@@ -40,7 +40,8 @@ std::string FirstReport(const std::string& name, const std::string& reports) {
   return fmt::format("{}:{}:{}: {}", name, line, column, what);
 }
 
-// The end (past the last character) of the comment or string that starts at `start`, or `start` + 1.
+// The end (past the last character) of the comment or string that starts at `start`, or `start`
+// + 1.
 std::size_t SkipToken(std::string_view text, std::size_t start) {
   const auto after = [&](std::string_view mark) {
     const std::size_t found = text.find(mark, start + 2);
@@ -64,7 +65,9 @@ std::size_t LastStringBefore(std::string_view text, std::size_t start, std::size
   return last;
 }
 
-std::size_t Start(const Json::Value& value) { return static_cast<std::size_t>(value.getOffsetStart()); }
+std::size_t Start(const Json::Value& value) {
+  return static_cast<std::size_t>(value.getOffsetStart());
+}
 
 }  // namespace
 

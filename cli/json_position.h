@@ -8,25 +8,25 @@
 
 namespace cli {
 
-// A JSON text with its comments, parsed, that still knows where each of its values stands.
+/// A JSON text with its comments, parsed, that still knows where each of its values stands.
 class JsonText {
  public:
-  // `name` begins every message. Throws InputError for text that is not JSON.
+  /// `name` begins every message. Throws InputError for text that is not JSON.
   JsonText(std::string name, std::string text);
 
-  // Reads the file. Throws FileError when it cannot be read.
+  /// Reads the file. Throws FileError when it cannot be read.
   static JsonText Read(const std::filesystem::path& path);
 
   const Json::Value& root() const { return root_; }
 
-  // `value` must belong to root(). Both throw InputError "name:line:column: message"; lines and
-  // columns (bytes) count from 1.
+  /// `value` must belong to root(). Both throw InputError "name:line:column: message"; lines and
+  /// columns (bytes) count from 1.
   [[noreturn]] void FailAt(const Json::Value& value, const std::string& message) const;
-  // At the key under which `value` stands in `object`.
+  /// At the key under which `value` stands in `object`.
   [[noreturn]] void FailAtKey(const Json::Value& object, const Json::Value& value,
                               const std::string& message) const;
 
-  // The characters of `value` as written.
+  /// The characters of `value` as written.
   std::string_view Written(const Json::Value& value) const;
 
  private:

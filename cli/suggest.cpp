@@ -16,7 +16,8 @@ bool SameLetter(char a, char b) {
 }  // namespace
 
 std::size_t EditDistance(std::string_view a, std::string_view b) {
-  // Rows of the usual table: distances of the first i-2, i-1 and i letters of `a` to each prefix of `b`.
+  // Rows of the usual table: distances of the first i-2, i-1 and i letters of `a` to each prefix of
+  // `b`.
   std::vector<std::size_t> before(b.size() + 1);
   std::vector<std::size_t> above(b.size() + 1);
   std::vector<std::size_t> row(b.size() + 1);

@@ -1,0 +1,100 @@
+#include "scene.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "errors.h"
+#include "hosting/errors.h"
+#include "layer_source.h"
+#include "scene_controls.h"
+#include "scene_lights.h"
+#include "scene_values.h"
+
+namespace cli {
+namespace {
+
+hosting::TimeBase ReadTimeBase(const JsonText& json, const Json::Value& root) {
+  const Json::Value* rate = Find(root, "frame_rate");
+  const Json::Value* layer_rate = Find(root, "layer_frame_rate");
+  const hosting::Rational frame_rate = rate ? ReadRational(json, *rate) : hosting::Rational(30, 1);
+  try {
+    return {frame_rate, layer_rate ? ReadRational(json, *layer_rate) : frame_rate};
+  } catch (const hosting::Error& error) {
+    json.FailAt(layer_rate ? *layer_rate : rate ? *rate : root, error.what());
+  }
+}
+
+int ReadFrameCount(const JsonText& json, const Json::Value& root, const hosting::TimeBase& time) {
+  const Json::Value& duration = Need(json, root, "duration");
+  const double seconds = ReadNumber(json, duration);
+  if (!(seconds > 0 && seconds <= time.MaxSeconds())) {
+    json.FailAt(duration,
+                fmt::format("the duration is more than 0 and at most {:.0f} seconds, not {}",
+                            std::floor(time.MaxSeconds()), seconds));
+  }
+  return std::max(1, static_cast<int>(std::lround(seconds * time.frame_rate().value())));
+}
+
+hosting::Rational ReadAspect(const JsonText& json, const Json::Value& value) {
+  const hosting::Point pair = ReadPoint(json, value);
+  const auto whole = [](double v) { return v >= 1 && v <= 1e6 && v == std::floor(v); };
+  if (!whole(pair.x) || !whole(pair.y)) {
+    json.FailAt(value, "the pixel aspect is a ratio of whole numbers, as [10, 11]");
+  }
+  return {static_cast<std::int64_t>(pair.x), static_cast<std::int64_t>(pair.y)};
+}
+
+void ReadLayerTimes(const JsonText& json, const Json::Value& root, hosting::Setup& setup) {
+  if (const Json::Value* start = Find(root, "layer_start")) {
+    const double seconds = ReadNumber(json, *start);
+    try {
+      setup.layer_start = setup.time.Time(seconds);
+    } catch (const hosting::Error& error) {
+      json.FailAt(*start, error.what());
+    }
+  }
+  if (const Json::Value* in = Find(root, "layer_in")) setup.layer_span.in = ReadNumber(json, *in);
+  if (const Json::Value* out = Find(root, "layer_out"))
+    setup.layer_span.out = ReadNumber(json, *out);
+}
+
+}  // namespace
+
+Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect) {
+  const JsonText json = JsonText::Read(path);
+  const Json::Value& root = json.root();
+  CheckKeys(json, root, "a scene",
+            {"$schema", "layer", "frame_rate", "duration", "pixel_aspect", "controls", "lights",
+             "layer_start", "layer_in", "layer_out", "layer_frame_rate"});
+  Scene scene;
+  hosting::Setup& setup = scene.setup;
+  setup.time = ReadTimeBase(json, root);
+  scene.frames = ReadFrameCount(json, root, setup.time);
+  ReadLayerTimes(json, root, setup);
+  if (const Json::Value* aspect = Find(root, "pixel_aspect")) {
+    setup.pixel_aspect = ReadAspect(json, *aspect);
+  }
+  if (const Json::Value* lights = Find(root, "lights")) {
+    ReadLights(json, *lights, setup.composition);
+  }
+  const std::string picture = ReadText(json, Need(json, root, "layer"));
+  LayerSource layer = OpenLayer(path.parent_path() / picture);
+  setup.width = layer.width;
+  setup.height = layer.height;
+  setup.picture = std::move(layer.picture);
+
+  setup.controls = hosting::ControlTracks(effect.controls(), setup.width, setup.height);
+  if (const Json::Value* controls = Find(root, "controls")) {
+    ReadControls(json, *controls, setup.controls);
+  }
+  try {
+    setup.Check();
+  } catch (const hosting::Error& error) {
+    json.FailAt(root, error.what());
+  }
+  return scene;
+}
+
+}  // namespace cli
