@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "huge_array.h"
+
 namespace hosting {
 namespace {
 
@@ -122,7 +124,7 @@ Pixel AddUp(const PF_EffectWorld& source, const Sides& sides) {
 template <class Number>
 struct Table {
   std::size_t stride;
-  std::vector<Totals<Number>> entries;
+  HugeArray<Totals<Number>> entries;
   // Float only: a box with less alpha than this many pixels loses too many digits to the
   // differences of large sums.
   double least_alpha = 0;
@@ -133,11 +135,13 @@ Table<Sum<Pixel>> MakeTable(const PF_EffectWorld& source) {
   using Number = Sum<Pixel>;
   const auto width = static_cast<std::size_t>(source.width);
   const auto height = static_cast<std::size_t>(source.height);
-  Table<Number> table{width + 1, std::vector<Totals<Number>>((width + 1) * (height + 1))};
+  Table<Number> table{width + 1, HugeArray<Totals<Number>>((width + 1) * (height + 1))};
+  for (std::size_t x = 0; x <= width; ++x) table.entries[x] = {};
   for (std::size_t y = 0; y < height; ++y) {
     const Pixel* row = Row<Pixel>(source, static_cast<std::int64_t>(y));
     const Totals<Number>* above = &table.entries[y * table.stride];
     Totals<Number>* here = &table.entries[(y + 1) * table.stride];
+    here[0] = {};
     Totals<Number> row_totals{};
     for (std::size_t x = 0; x < width; ++x) {
       const Totals<Number> weighted = Weighted(row[x]);
