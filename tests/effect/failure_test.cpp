@@ -151,22 +151,26 @@ TEST(Failures, NoMemoryForTheLightModelIs4) {
   ExpectAllGivenBack(host, kNone);
 }
 
-TEST(Failures, ScratchWorldWithoutPixelsIsOutOfMemory) {
-  Frame host(4, false);
-  // The host says that it made the world, but the pixels are not there.
-  struct Empty {
-    static PF_Err New(PF_ProgPtr, A_long, A_long, PF_NewWorldFlags, PF_EffectWorld* world) {
-      *world = {};
-      return Host::Current().Say("new_world");
-    }
-    static PF_Err Dispose(PF_ProgPtr, PF_EffectWorld*) {
-      return Host::Current().Say("dispose_world");
-    }
-  };
-  static const PF_WorldSuite1 kEmpty{Empty::New, Empty::Dispose};
-  host.replaced = {{{kPFWorldSuite, 1}, &kEmpty}};
-  EXPECT_EQ(host.RenderSmart(), PF_Err_OUT_OF_MEMORY);
-  EXPECT_EQ(host.Lines({"new_world", "dispose_world"}), (Log{"new_world", "dispose_world"}));
+TEST(Failures, ScratchWorldWithFewerPixelsThanAskedForIsOutOfMemory) {
+  static PF_EffectWorld made;
+  // The host says that it made the world, but there are no pixels, or too few.
+  static const PF_WorldSuite1 kSuite{
+      [](PF_ProgPtr, A_long, A_long, PF_NewWorldFlags, PF_EffectWorld* world) {
+        *world = made;
+        return Host::Current().Say("new_world");
+      },
+      [](PF_ProgPtr, PF_EffectWorld*) { return Host::Current().Say("dispose_world"); }};
+  std::vector<float> pixels(24 * 16);
+  auto* const data = reinterpret_cast<PF_Pixel*>(pixels.data());
+  for (const PF_EffectWorld& world :
+       {PF_EffectWorld{0, nullptr, 96, 24, 16, 0, 0}, PF_EffectWorld{0, data, 96, 23, 16, 0, 0},
+        PF_EffectWorld{0, data, 96, 24, 15, 0, 0}, PF_EffectWorld{0, data, 92, 24, 16, 0, 0}}) {
+    Frame host(4, false);
+    made = world;
+    host.replaced = {{{kPFWorldSuite, 1}, &kSuite}};
+    EXPECT_EQ(host.RenderSmart(), PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(host.Lines({"new_world", "dispose_world"}), (Log{"new_world", "dispose_world"}));
+  }
 }
 
 }  // namespace

@@ -187,6 +187,20 @@ const Row kRows[]{
        Choose(s, "Light Type", 2);
      },
      9, 30},
+    {"region, uneven, narrow pixels",
+     [](Setup& s, RenderOptions& o) {
+       o.region = PF_LRect{7, 5, 60, 40};
+       o.downsample_x = {2, 3};
+       s.pixel_aspect = {1, 2};
+     }},
+    {"odd size, halved",
+     [](Setup& s, RenderOptions& o) {
+       s.width = 95;
+       s.height = 53;
+       s.picture = hosting::Still(frames::TestPicture(95, 53));
+       o.downsample_x = o.downsample_y = {1, 2};
+     },
+     9, 90},
     {"other layer rate",
      [](Setup& s, RenderOptions&) {
        s.time = hosting::TimeBase({30, 1}, {24, 1});

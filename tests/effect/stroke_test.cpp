@@ -64,6 +64,7 @@ TEST(Stroke, FieldEqualsThePlainImplementation) {
     std::function<void(Brush&)> change;
   } cases[]{
       {"plain", [](Brush&) {}},
+      {"low quality", [](Brush& b) { b.in.quality = PF_Quality_LO; }},
       {"wobbly", [](Brush& b) { b.MakeWobbly(); }},
       {"between frames",
        [](Brush& b) {
