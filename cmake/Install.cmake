@@ -11,6 +11,7 @@ install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
 install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
 
+set_target_properties(vorlin_hosting PROPERTIES EXPORT_NAME hosting)
 install(
   TARGETS vorlin_platform vorlin_hosting
   EXPORT vorlin
