@@ -20,15 +20,18 @@ execute_process(COMMAND ${WORK}/build/one_frame OUTPUT_FILE ${WORK}/package.pam
 file(GLOB_RECURSE pc ${prefix}/vorlin-hosting.pc)
 cmake_path(GET pc PARENT_PATH pc_dir)
 set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-foreach(question --cflags --libs --variable=effect)
+function(ask variable question)
   execute_process(COMMAND pkg-config ${question} vorlin-hosting OUTPUT_VARIABLE answer
                   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   separate_arguments(answer)
-  list(APPEND answers${question} ${answer})
-endforeach()
+  set(${variable} ${answer} PARENT_SCOPE)
+endfunction()
+ask(cflags --cflags)
+ask(libs --libs)
+ask(effect --variable=effect)
 separate_arguments(FLAGS)
-run(${COMPILER} ${FLAGS} ${answers--cflags} "-DEFFECT=\"${answers--variable=effect}\""
-    ${WORK}/one_frame/main.cpp ${answers--libs} -o ${WORK}/one_frame_pc)
+run(${COMPILER} ${FLAGS} ${cflags} "-DEFFECT=\"${effect}\"" ${WORK}/one_frame/main.cpp ${libs} -o
+    ${WORK}/one_frame_pc)
 execute_process(COMMAND ${WORK}/one_frame_pc OUTPUT_FILE ${WORK}/pkg_config.pam
                                              COMMAND_ERROR_IS_FATAL ANY)
 
