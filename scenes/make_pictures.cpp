@@ -149,7 +149,9 @@ Color Tiles(float x, float y) {
   const int row = static_cast<int>(std::floor(y / kSide));
   Random random(static_cast<std::uint32_t>(7919 * (column + 31) + 104729 * (row + 57)));
   for (int i = 0; i < 8; ++i) random();
-  const auto pick = [&](int count) { return static_cast<std::size_t>(random.Between(0, static_cast<float>(count) - 0.01F)); };
+  const auto pick = [&](int count) {
+    return static_cast<std::size_t>(random.Between(0, static_cast<float>(count) - 0.01F));
+  };
   const std::size_t ground = pick(6);
   const std::size_t figure = (ground + 1 + pick(5)) % 6;
   const std::size_t centre = (figure + 1 + pick(4)) % 6;
@@ -177,15 +179,16 @@ bool Save(const std::string& path, const Painting& painting, int jpeg_quality) {
       }
       constexpr float kMean = 1.0F / (kSubpixels * kSubpixels);
       for (const float channel : {sum.r, sum.g, sum.b}) {
-        pixels.push_back(static_cast<std::uint8_t>(std::lround(std::clamp(channel * kMean, 0.0F, 1.0F) * 255)));
+        pixels.push_back(
+            static_cast<std::uint8_t>(std::lround(std::clamp(channel * kMean, 0.0F, 1.0F) * 255)));
       }
     }
   }
   OIIO::ImageSpec spec(kWidth, kHeight, 3, OIIO::TypeDesc::UINT8);
   spec.attribute("Compression", "jpeg:" + std::to_string(jpeg_quality));
   const auto file = OIIO::ImageOutput::create(path);
-  return file && file->open(path, spec) && file->write_image(OIIO::TypeDesc::UINT8, pixels.data()) &&
-         file->close();
+  return file && file->open(path, spec) &&
+         file->write_image(OIIO::TypeDesc::UINT8, pixels.data()) && file->close();
 }
 
 }  // namespace
@@ -199,7 +202,8 @@ int main(int argc, char** argv) {
   const std::vector<LightDisc> discs = TownLights();
   const bool good =
       Save(folder + "/dusk.jpg", Dusk, 92) &&
-      Save(folder + "/town.jpg", [&](float x, float y) { return Town(discs, x, y); }, 92) &&
+      Save(
+          folder + "/town.jpg", [&](float x, float y) { return Town(discs, x, y); }, 92) &&
       Save(folder + "/tiles.png", Tiles, 0);
   if (!good) std::fprintf(stderr, "%s: cannot write the pictures to %s\n", argv[0], argv[1]);
   return good ? 0 : 1;
