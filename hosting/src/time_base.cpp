@@ -39,7 +39,8 @@ TimeBase::TimeBase(Rational frame_rate, Rational layer_frame_rate) : frame_rate_
   std::int64_t scale = std::lcm(a, b);
   const auto step = [&](Rational rate) { return scale / rate.num() * rate.den(); };
   const auto fits = [&](Rational rate) {
-    return static_cast<double>(scale / rate.num()) * static_cast<double>(rate.den()) <= kMaxUnits;
+    const std::int64_t frames = scale / rate.num();  // exact: scale is a multiple of the rate
+    return static_cast<double>(frames) * static_cast<double>(rate.den()) <= kMaxUnits;
   };
   if (!fits(frame_rate) || !fits(layer_frame_rate)) refuse();
   while (step(frame_rate) < kMinStep || step(layer_frame_rate) < kMinStep) scale *= 2;
