@@ -1,5 +1,7 @@
 #include "host/controls.h"
 
+#include <cstring>
+
 namespace vorlin {
 namespace {
 
@@ -95,7 +97,9 @@ static_assert(
     "a control's place in the table is its index");
 
 PF_ParamDef DefaultParam(const Control& control) {
-  PF_ParamDef param{};
+  // Every byte: an initialiser would clear only the first of the union's members.
+  PF_ParamDef param;
+  std::memset(&param, 0, sizeof param);
   param.uu.id = control.id;
   param.flags = control.flags;
   param.ui_flags = control.ui_flags;
