@@ -10,6 +10,7 @@
 #include "hosting/errors.h"
 #include "render_command.h"
 #include "sheet_command.h"
+#include "suggest.h"
 
 namespace {
 
@@ -21,9 +22,11 @@ void AddRender(CLI::App& app, cli::RenderArguments& to) {
   render->add_option("-o,--output", to.output, "pictures to write: out.####.png, .tif or .exr")
       ->required();
   render->add_option("-F,--frames", to.frames, "frames, as 0-89 or 1-100x2,150; default: all");
-  render->add_option("--depth", to.depth, "bits a channel to render with: 8, 16 or 32")
-      ->transform(CLI::Transformer(std::map<std::string, hosting::Depth>{
-          {"8", hosting::Depth::k8}, {"16", hosting::Depth::k16}, {"32", hosting::Depth::k32}}))
+  render
+      ->add_option_function<int>(
+          "--depth", [&to](int bits) { to.depth = hosting::DepthOf(bits); },
+          "bits a channel to render with; default: 8")
+      ->check(CLI::IsMember({8, 16, 32}))
       ->option_text("8|16|32");
   render
       ->add_option_function<std::string>(
@@ -67,6 +70,19 @@ int Fail(const std::exception& error, ExitCode code) {
   return Fail(error.what(), static_cast<int>(code));
 }
 
+/// The argument library only says that a command is missing; a slip of the fingers deserves more.
+void CheckCommand(const CLI::App& app, int argc, char** argv) {
+  const std::string_view word = argc > 1 ? argv[1] : "";
+  if (word.starts_with('-')) return;
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  if (std::find(names.begin(), names.end(), word) != names.end()) return;
+  const std::string what =
+      word.empty() ? "a command is missing" : fmt::format("there is no command \"{}\"", word);
+  const std::string hint = cli::DidYouMean(word, names);
+  throw cli::InputError(what + (hint.empty() ? "; see vorlin --help" : hint));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -77,6 +93,7 @@ int main(int argc, char** argv) {
   AddRender(app, render);
   AddSheet(app, sheet);
   try {
+    CheckCommand(app, argc, argv);
     app.parse(argc, argv);
     return 0;
   } catch (const CLI::Success& help) {

@@ -1,5 +1,7 @@
 #include <OpenImageIO/imageio.h>
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +27,28 @@ constexpr int kRowsAtOnce = 64;
   throw FileError(fmt::format("cannot read the picture \"{}\": {}", path.string(),
                               line.empty() ? "unknown reason" : line));
 }
+
+/// While it lives, what is written to standard error goes nowhere: the PNG library reports there,
+/// beside the error that it returns.
+class SilencedStandardError {
+ public:
+  SilencedStandardError() : kept_(dup(STDERR_FILENO)) {
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0) return;
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+  }
+  ~SilencedStandardError() {
+    if (kept_ < 0) return;
+    dup2(kept_, STDERR_FILENO);
+    close(kept_);
+  }
+  SilencedStandardError(const SilencedStandardError&) = delete;
+  SilencedStandardError& operator=(const SilencedStandardError&) = delete;
+
+ private:
+  int kept_;
+};
 
 class PictureReader {
  public:
@@ -167,9 +191,13 @@ class PictureReader {
 
 }  // namespace
 
-PictureSize SizeOfPicture(const std::filesystem::path& path) { return PictureReader(path).size(); }
+PictureSize SizeOfPicture(const std::filesystem::path& path) {
+  const SilencedStandardError silenced;
+  return PictureReader(path).size();
+}
 
 hosting::Picture ReadPicture(const std::filesystem::path& path) {
+  const SilencedStandardError silenced;
   return PictureReader(path).Read();
 }
 

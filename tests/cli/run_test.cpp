@@ -1,0 +1,167 @@
+// The built program, run as its users run it.
+#include <algorithm>
+#include <chrono>
+
+#include "picture_file.h"
+#include "support.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kScene = R"json({
+  "layer": "plate.png", "frame_rate": 10, "duration": 0.4,
+  "controls": {
+    "Brush Position": {"keys": [{"time": 0, "value": [8, 18]}, {"time": 0.4, "value": [60, 18]}]},
+    "Time Span (sec)": 0.3
+  }
+})json";
+
+class Runs : public InFolder {
+ protected:
+  Runs() {
+    WritePlate("plate.png");
+    WriteText("scene.json", kScene);
+    WriteText("a_file", "");
+  }
+  static std::set<std::string> With(std::set<std::string> more) {
+    more.insert({"plate.png", "scene.json", "a_file"});
+    return more;
+  }
+};
+
+TEST_F(Runs, FailInOneLineAndLeaveNothing) {
+  WriteText("broken.json", "{");
+  WriteText("unknown.json", R"({"layer": "plate.png", "duration": 1, "controls": {"Densty": 1}})");
+  WriteText("unreadable.json", R"({"layer": "a_file", "duration": 1})");
+  std::filesystem::create_directory("folder.png");
+  const std::set<std::string> before = Entries();
+  struct Case {
+    std::vector<std::string> arguments;
+    int exit_code;
+    const char* message;  // what the line begins with after "vorlin: error: "
+  };
+  const Case cases[] = {
+      {{}, 2, "a command is missing; see vorlin --help"},
+      {{"rendr"}, 2, "there is no command \"rendr\"; did you mean \"render\"?"},
+      {{"render", "scene.json"}, 2, "--output is required"},
+      {{"render", "scene.json", "-o", "o.png", "--depth", "12"}, 2, "--depth: "},
+      {{"render", "scene.json", "-o", "o.jpg"},
+       2,
+       "\"o.####.jpg\": pictures are written as .png, .tif, .tiff or .exr"},
+      {{"render", "scene.json", "-o", "o.png", "-F", "0-99999999"}, 2, "frames: more than"},
+      {{"render", "scene.json", "-o", "o.png", "-F", "99999999"}, 2, "frames: "},
+      {{"render", "missing.json", "-o", "o.png"}, 3, "cannot read \"missing.json\""},
+      {{"render", "broken.json", "-o", "o.png"}, 2, "broken.json:1:2: missing '}'"},
+      {{"render", "unknown.json", "-o", "o.png"},
+       2,
+       "unknown.json:1:52: unknown control \"Densty\"; did you mean \"Density\"?"},
+      {{"render", "unreadable.json", "-o", "o.png"}, 3, "cannot read the picture \"a_file\": "},
+      {{"render", "scene.json", "-o", "a_file/o.png"},
+       3,
+       "cannot write \"a_file/o.0000.png\": Not a directory"},
+      {{"render", "scene.json", "-o", "nowhere/o.png"},
+       3,
+       "cannot write \"nowhere/o.0000.png\": No such file or directory"},
+      {{"render", "scene.json", "-o", "folder.png", "-F", "1"},
+       3,
+       "cannot write \"folder.png\": Is a directory"},
+      {{"render", "scene.json", "-o", "o.png", "--effect", "nothing.so"},
+       3,
+       "there is no effect \"nothing.so\""},
+      {{"sheet", "o.####.png", "-o", "s.png"}, 3, "there is no picture \"o.####.png\""},
+  };
+  for (const Case& c : cases) {
+    const RunResult result = RunVorlin(c.arguments);
+    EXPECT_EQ(result.exit_code, c.exit_code) << result.err;
+    EXPECT_EQ(result.err.find(std::string("vorlin: error: ") + c.message), 0U) << result.err;
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(Entries(), before);
+  }
+}
+
+TEST_F(Runs, LeaveExactlyTheirFrames) {
+  const RunResult result = RunVorlin({"render", "scene.json", "-o", "o.png"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(Entries(), With({"o.0000.png", "o.0001.png", "o.0002.png", "o.0003.png"}));
+  EXPECT_EQ(result.err.find("frame 0: 1 of 4 done, "), 0U) << result.err;
+
+  EXPECT_EQ(
+      RunVorlin({"sheet", "o.####.png", "-o", "s.png", "--columns", "3", "--width", "32"}).err, "");
+  EXPECT_EQ(SizeOfPicture("s.png"), (PictureSize{3 * 32 + 2 * 4, 2 * 18 + 4}));
+
+  // A frame alone is that frame of the sequence, for any number of threads.
+  for (const char* threads : {"1", "3"}) {
+    RunVorlin({"render", "scene.json", "-o", "one.png", "-F", "2", "--threads", threads, "-q"});
+    EXPECT_EQ(ReadAll("one.png"), ReadAll("o.0002.png")) << threads;
+  }
+}
+
+TEST_F(Runs, PutTheStrokeOverItsLayer) {
+  const auto render = [](std::vector<std::string> more) {
+    std::vector<std::string> arguments{"render", "scene.json", "-o", "o.png", "-F", "3", "-q"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(RunVorlin(arguments).err, "");
+    return ReadPicture("o.png").ToWorld(hosting::Depth::k8);
+  };
+  const hosting::World plate = ReadPicture("plate.png").ToWorld(hosting::Depth::k8);
+  const hosting::World alone = render({});
+  const hosting::World over = render({"--over", "layer"});
+  int partly = 0;
+  for (int y = 0; y < plate.height(); ++y) {
+    for (int x = 0; x < plate.width(); ++x) {
+      const PF_Pixel& top = alone.Row<PF_Pixel>(y)[x];
+      const PF_Pixel& below = plate.Row<PF_Pixel>(y)[x];
+      const PF_Pixel& both = over.Row<PF_Pixel>(y)[x];
+      if (top.alpha > 0 && top.alpha < 255) ++partly;
+      EXPECT_EQ(both.alpha, 255);
+      EXPECT_NEAR(both.green, (top.green * top.alpha + below.green * (255 - top.alpha)) / 255.0,
+                  0.51);
+    }
+  }
+  EXPECT_GT(partly, 10);
+  EXPECT_EQ(alone.Row<PF_Pixel>(0)[0].alpha, 0);
+}
+
+TEST_F(Runs, TraceTheCallsOfTheirFrames) {
+  for (const auto& [kind, command] :
+       {std::pair("--classic", "PF_Cmd_RENDER"), std::pair("--quiet", "PF_Cmd_SMART_RENDER")}) {
+    const RunResult result = RunVorlin(
+        {"render", "scene.json", "-o", "o.png", "-F", "2", "--trace", "t.txt", "-q", kind});
+    EXPECT_EQ(result.err, "");
+    const std::string trace = ReadAll("t.txt");
+    EXPECT_NE(
+        trace.find(std::string("frame 2 ") + command + " checkout_param(1 \"Brush Position\""),
+        std::string::npos)
+        << trace.substr(0, 500);
+  }
+}
+
+TEST_F(Runs, StopAtASignalWithoutPartialFiles) {
+  // Every one of 90000 slices covers the whole picture: far longer than the signal takes to come.
+  WriteText("slow.json", R"json({"duration": 3000, "controls":
+    {"Brush Position": {"keys": [{"time": 0, "value": [0, 0]}, {"time": 3000, "value": [900, 500]}]},
+     "Density": 200, "Time Span (sec)": 3000, "Stroke Width": 1000},
+     "layer": ")json" SCENES R"json(/dusk.jpg"})json");
+  const auto start = std::chrono::steady_clock::now();
+  const RunResult result =
+      RunVorlin({"render", "slow.json", "-o", "o.png", "-F", "89999"}, /*signal_after_ms=*/500);
+  EXPECT_EQ(result.exit_code, 130) << result.err;
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(Entries(), With({"slow.json"}));
+}
+
+TEST(ProjectScenes, Render) {
+  for (const char* name : {"ribbon", "wobble", "stage"}) {
+    const std::filesystem::path folder = testing::TempDir();
+    const std::string output = (folder / (std::string(name) + ".png")).string();
+    const RunResult result = RunVorlin(
+        {"render", std::string(SCENES "/") + name + ".json", "-o", output, "-F", "45", "-q"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    std::filesystem::remove(output);
+  }
+}
+
+}  // namespace
+}  // namespace cli

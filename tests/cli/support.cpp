@@ -1,0 +1,97 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include "picture_file.h"
+
+namespace cli {
+
+InFolder::InFolder() : before_(std::filesystem::current_path()) {
+  std::string name = (std::filesystem::temp_directory_path() / "vorlin_test_XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  folder_ = name;
+  std::filesystem::current_path(folder_);
+}
+
+InFolder::~InFolder() {
+  std::filesystem::current_path(before_);
+  std::filesystem::remove_all(folder_);
+}
+
+std::set<std::string> InFolder::Entries() {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    names.insert(entry.path().filename().string());
+  }
+  return names;
+}
+
+void WriteText(const std::filesystem::path& path, std::string_view text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string ReadAll(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WritePlate(const std::string& name) {
+  hosting::World world(64, 36, hosting::Depth::k8);
+  for (int y = 0; y < world.height(); ++y) {
+    for (int x = 0; x < world.width(); ++x) {
+      world.Row<PF_Pixel>(y)[x] = {255, static_cast<A_u_char>(4 * x), static_cast<A_u_char>(7 * y),
+                                   90};
+    }
+  }
+  WritePicture(world, PictureFormat(name, hosting::Depth::k8), name);
+}
+
+const hosting::Effect& TheEffect() {
+  static const hosting::Effect effect{std::filesystem::path(EFFECT)};
+  return effect;
+}
+
+RunResult RunVorlin(std::vector<std::string> arguments, int signal_after_ms) {
+  char out_name[] = "/tmp/vorlin_out_XXXXXX";
+  char err_name[] = "/tmp/vorlin_err_XXXXXX";
+  const int out = mkstemp(out_name);
+  const int err = mkstemp(err_name);
+  arguments.insert(arguments.begin(), VORLIN);
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    execv(VORLIN, argv.data());
+    _exit(127);
+  }
+  if (signal_after_ms > 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(signal_after_ms));
+    kill(child, SIGINT);
+  }
+  int status = 0;
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
+  close(out);
+  close(err);
+  RunResult result{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                   ReadAll(out_name), ReadAll(err_name), usage.ru_maxrss};
+  std::filesystem::remove(out_name);
+  std::filesystem::remove(err_name);
+  return result;
+}
+
+}  // namespace cli
