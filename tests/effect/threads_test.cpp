@@ -1,7 +1,9 @@
 // The pixel pass on many threads.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <random>
 
 #include "frame_support.h"
 
@@ -46,6 +48,43 @@ TEST(Threads, AnyNumberGivesTheSameBytes) {
       for (int repeat = 0; repeat < 3; ++repeat)
         EXPECT_EQ(Rendered(setup, options), one) << threads;
     }
+  }
+}
+
+/// The host's 8-bit iteration, but with its rows in an order of our own.
+std::vector<int> row_order;
+PF_Err IterateInOrder(PF_InData*, A_long, A_long, PF_EffectWorld*, const PF_Rect*, void* refcon,
+                      PF_IteratePixelFunc<PF_Pixel> pix_fn, PF_EffectWorld* dst) {
+  for (const int y : row_order) {
+    auto* const row = reinterpret_cast<PF_Pixel*>(reinterpret_cast<char*>(dst->data) +
+                                                  std::ptrdiff_t{dst->rowbytes} * y);
+    for (A_long x = dst->width; x-- > 0;) {
+      if (const PF_Err err = pix_fn(refcon, x, y, nullptr, row + x); err != 0) return err;
+    }
+  }
+  return PF_Err_NONE;
+}
+
+PF_Err EntryInOrder(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
+                    PF_LayerDef* output, void* extra) {
+  PF_UtilCallbacks utils = *in->utils;
+  utils.iterate = IterateInOrder;
+  PF_InData ours = *in;
+  ours.utils = &utils;
+  return MainEntry(cmd, &ours, out, params, output, extra);
+}
+
+TEST(Threads, OrderOfPixelsDoesNotMatter) {
+  const hosting::Setup setup = WobblySetup();
+  const std::vector<std::byte> expected = Rendered(setup, {});
+  const hosting::Effect effect(EntryInOrder);
+  hosting::Renderer renderer(effect, setup, {});
+  std::mt19937 random(3);
+  row_order.resize(static_cast<std::size_t>(setup.height));
+  for (int i = 0; i < setup.height; ++i) row_order[static_cast<std::size_t>(i)] = i;
+  for (int repeat = 0; repeat < 5; ++repeat) {
+    std::shuffle(row_order.begin(), row_order.end(), random);
+    EXPECT_EQ(Bytes(renderer.Render(setup.time.FrameTime(9)).picture), expected);
   }
 }
 
