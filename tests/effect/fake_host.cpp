@@ -1,5 +1,6 @@
 #include "fake_host.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -82,7 +83,8 @@ PF_Err Iterate(PF_InData*, A_long base, A_long final, PF_EffectWorld* src, const
 
 template <class Pixel>
 PF_Err Sample(PF_ProgPtr, PF_Fixed x, PF_Fixed y, const PF_SampPB* samp, Pixel* out) {
-  if (samp->area != 4 * FixMul(samp->x_radius, samp->y_radius)) return PF_Err_BAD_CALLBACK_PARAM;
+  const std::int64_t area = 4 * std::int64_t{FixMul(samp->x_radius, samp->y_radius)};
+  if (samp->area != std::min<std::int64_t>(area, INT32_MAX)) return PF_Err_BAD_CALLBACK_PARAM;
   return oracle::AreaMean(x, y, *samp, out);
 }
 
