@@ -310,12 +310,12 @@ TEST(Shading, PixelsEqualThePlainFormulas) {
   }
 }
 
-/// Sums of one white distant or spot light from the given direction onto a normal.
+/// Sums of one white light onto a normal: a distant one from toward, or a spot there along (0, 0,
+/// 1).
 TSLightGather From(std::int16_t type, const FX_D_Point& toward, const FX_D_Point& normal,
                    double outer, double inner, const FX_D_Point* view = nullptr) {
   fake::Host host;
   LightShade model(&host.in, 1, 1, 1, 2, 1, 1);
-  // A spot so far away in its axis' direction that the light vector is the axis, almost.
   model.AddLightSource({type, {1, 1, 1, 1}, {0, 0, 1}, toward, outer, inner});
   model.lights[0].direction = type == 1 ? toward : FX_D_Point{0, 0, 1};
   TSLightGather sum{};
