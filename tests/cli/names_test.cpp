@@ -32,8 +32,8 @@ TEST(Frames, RefuseWhatIsNoRange) {
        "frames: \"99999999999\" is neither a frame (5) nor a range (0-89, 1-100x2 for "
        "every second)"},
   };
-  for (const auto& [text, message] : cases) {
-    EXPECT_EQ(MessageOf([&] { ParseFrames(text); }), message);
+  for (const auto& c : cases) {
+    EXPECT_EQ(MessageOf([&] { ParseFrames(c.first); }), c.second);
   }
 }
 

@@ -192,7 +192,7 @@ TEST_F(PictureFiles, BadPicturesAreRefusedCheaply) {
       {"cut.tif", ""},
   };
   for (const auto& [name, why] : cases) {
-    const std::string message = MessageOf([&] { ReadPicture(name); });
+    const std::string message = MessageOf([&name = name] { ReadPicture(name); });
     EXPECT_EQ(message.find(std::string("cannot read the picture \"") + name + "\": " + why), 0U)
         << message;
     EXPECT_EQ(message.find('\n'), message.npos) << message;

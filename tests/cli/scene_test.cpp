@@ -50,7 +50,8 @@ TEST_F(Scenes, SayWhatIsWrongAndWhere) {
        "1:55: the pixel aspect is a ratio of whole numbers, as [10, 11]"},
   };
   for (const auto& [text, message] : cases) {
-    EXPECT_EQ(MessageOf([&] { Read(text); }), std::string("scene.json:") + message) << text;
+    EXPECT_EQ(MessageOf([&text = text] { Read(text); }), std::string("scene.json:") + message)
+        << text;
   }
   EXPECT_EQ(MessageOf([] { Read(std::string(5000, '[')); }),
             "scene.json: nested deeper than 100 levels");
@@ -90,7 +91,8 @@ TEST_F(Scenes, SayWhatIsWrongWithAControl) {
        "61: \"Using\" cannot change over time"},
   };
   for (const auto& [text, message] : cases) {
-    EXPECT_EQ(MessageOf([&] { ReadControls(text); }), std::string("scene.json:1:") + message);
+    EXPECT_EQ(MessageOf([&text = text] { ReadControls(text); }),
+              std::string("scene.json:1:") + message);
   }
 }
 
@@ -111,7 +113,7 @@ TEST_F(Scenes, SayWhatIsWrongWithALight) {
   };
   for (const auto& [text, message] : cases) {
     EXPECT_EQ(
-        MessageOf([&] {
+        MessageOf([&text = text] {
           Read(R"({"layer": "plate.png", "duration": 1, "lights": [)" + std::string(text) + "]}");
         }),
         std::string("scene.json:1:") + message);
