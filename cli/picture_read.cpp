@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string_view>
 #include <type_traits>
 
 #include "errors.h"
@@ -50,6 +53,16 @@ class SilencedStandardError {
   int kept_;
 };
 
+/// The JPEG library fills what is missing of a file with grey and calls that a picture. A whole
+/// file has an end-of-image marker after its last scan; inside a scan neither marker can occur.
+bool EndsEarly(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  const std::size_t scan = bytes.rfind("\xFF\xDA");
+  const std::size_t end = bytes.rfind("\xFF\xD9");
+  return scan == bytes.npos || end == bytes.npos || end < scan;
+}
+
 class PictureReader {
  public:
   explicit PictureReader(const std::filesystem::path& path) : path_(path) {
@@ -61,6 +74,9 @@ class PictureReader {
     input_ = OIIO::ImageInput::open(path.string(), &wishes);
     if (!input_) Fail(path, OIIO::geterror());
     CheckSize(file_size);
+    if (input_->format_name() == std::string_view("jpeg") && EndsEarly(path)) {
+      Fail(path, "the file ends early");
+    }
   }
 
   PictureSize size() const {

@@ -178,6 +178,8 @@ TEST_F(PictureFiles, BadPicturesAreRefusedCheaply) {
     WritePicture(world, PictureFormat(name, Depth::k8), name);
     std::filesystem::resize_file(name, std::filesystem::file_size(name) / 2);
   }
+  std::filesystem::copy_file(SCENES "/dusk.jpg", "cut.jpg");
+  std::filesystem::resize_file("cut.jpg", std::filesystem::file_size("cut.jpg") * 9 / 10);
   std::filesystem::create_directory("folder.png");
   const std::pair<const char*, const char*> cases[] = {
       {"missing.png", "No such file or directory"},
@@ -190,6 +192,7 @@ TEST_F(PictureFiles, BadPicturesAreRefusedCheaply) {
       {"cut.png", ""},
       {"cut.exr", ""},
       {"cut.tif", ""},
+      {"cut.jpg", "the file ends early"},
   };
   for (const auto& [name, why] : cases) {
     const std::string message = MessageOf([&name = name] { ReadPicture(name); });
