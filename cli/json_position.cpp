@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string_view>
 
 #include "errors.h"
+#include "text_file.h"
 
 namespace cli {
 namespace {
@@ -84,16 +83,14 @@ JsonText::JsonText(std::string name, std::string text)
   if (!good) throw InputError(FirstReport(name_, reports));
 }
 
+JsonText JsonText::Inline(std::string name, std::string text) {
+  JsonText json(std::move(name), std::move(text));
+  json.has_lines_ = false;
+  return json;
+}
+
 JsonText JsonText::Read(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string text;
-  if (file && !std::filesystem::is_directory(path)) {
-    text.assign(std::istreambuf_iterator<char>(file), {});
-  } else {
-    file.setstate(std::ios::failbit);
-  }
-  if (!file) throw FileError(fmt::format("cannot read \"{}\"", path.string()));
-  return {path.string(), std::move(text)};
+  return {path.string(), ReadTextFile(path)};
 }
 
 void JsonText::FailAt(const Json::Value& value, const std::string& message) const {
@@ -111,6 +108,7 @@ std::string_view JsonText::Written(const Json::Value& value) const {
 }
 
 void JsonText::FailAtOffset(std::size_t offset, const std::string& message) const {
+  if (!has_lines_) throw InputError(fmt::format("{}: {}", name_, message));
   const std::string_view before = std::string_view(text_).substr(0, offset);
   const auto line = 1 + std::count(before.begin(), before.end(), '\n');
   const std::size_t column = offset - (before.rfind('\n') + 1) + 1;

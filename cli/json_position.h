@@ -14,6 +14,9 @@ class JsonText {
   /// `name` begins every message. Throws InputError for text that is not JSON.
   JsonText(std::string name, std::string text);
 
+  /// A text from the command line: messages name no line or column.
+  static JsonText Inline(std::string name, std::string text);
+
   /// Reads the file. Throws FileError when it cannot be read.
   static JsonText Read(const std::filesystem::path& path);
 
@@ -34,6 +37,7 @@ class JsonText {
 
   std::string name_;
   std::string text_;
+  bool has_lines_ = true;
   Json::Value root_;
 };
 

@@ -18,8 +18,7 @@ class Sequence {
       : pattern_(std::move(pattern)), first_(first), last_(last) {}
 
   std::shared_ptr<const hosting::Picture> operator()(std::int64_t layer_frame) {
-    const auto wanted =
-        static_cast<int>(first_ + std::clamp<std::int64_t>(layer_frame, 0, last_ - first_));
+    const int wanted = Number(layer_frame);
     if (!kept_ || kept_number_ != wanted) {
       kept_ = std::make_shared<const hosting::Picture>(ReadPicture(pattern_.At(wanted)));
       kept_number_ = wanted;
@@ -27,7 +26,15 @@ class Sequence {
     return kept_;
   }
 
+  std::filesystem::path File(std::int64_t layer_frame) const {
+    return pattern_.At(Number(layer_frame));
+  }
+
  private:
+  int Number(std::int64_t layer_frame) const {
+    return static_cast<int>(first_ + std::clamp<std::int64_t>(layer_frame, 0, last_ - first_));
+  }
+
   FilePattern pattern_;
   int first_;
   int last_;
@@ -53,7 +60,9 @@ LayerSource OpenSequence(const FilePattern& pattern) {
                                   size.width, size.height));
     }
   }
-  return {Sequence(pattern, numbers.front(), numbers.back()), size.width, size.height};
+  const Sequence sequence(pattern, numbers.front(), numbers.back());
+  return {sequence, [sequence](std::int64_t frame) { return sequence.File(frame); }, size.width,
+          size.height};
 }
 
 }  // namespace
@@ -64,7 +73,7 @@ LayerSource OpenLayer(const std::filesystem::path& path) {
   hosting::Picture picture = ReadPicture(path);
   const int width = picture.width();
   const int height = picture.height();
-  return {hosting::Still(std::move(picture)), width, height};
+  return {hosting::Still(std::move(picture)), [path](std::int64_t) { return path; }, width, height};
 }
 
 }  // namespace cli

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 
 #include "file_pattern.h"
 #include "hosting/setup.h"
@@ -10,6 +12,8 @@ namespace cli {
 /// What the effect is applied to.
 struct LayerSource {
   hosting::PictureSource picture;
+  /// Where the picture for a frame of the layer is.
+  std::function<std::filesystem::path(std::int64_t layer_frame)> file;
   int width = 0;
   int height = 0;
 };

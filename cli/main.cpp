@@ -8,46 +8,13 @@
 
 #include "errors.h"
 #include "hosting/errors.h"
-#include "render_command.h"
+#include "render_arguments.h"
 #include "sheet_command.h"
 #include "suggest.h"
 
 namespace {
 
 using cli::ExitCode;
-
-void AddRender(CLI::App& app, cli::RenderArguments& to) {
-  CLI::App* render = app.add_subcommand("render", "Render frames of a scene into pictures");
-  render->add_option("SCENE", to.scene, "the scene's file")->required();
-  render->add_option("-o,--output", to.output, "pictures to write: out.####.png, .tif or .exr")
-      ->required();
-  render->add_option("-F,--frames", to.frames, "frames, as 0-89 or 1-100x2,150; default: all");
-  render
-      ->add_option_function<int>(
-          "--depth", [&to](int bits) { to.depth = hosting::DepthOf(bits); },
-          "bits a channel to render with; default: 8")
-      ->check(CLI::IsMember({8, 16, 32}))
-      ->option_text("8|16|32");
-  render
-      ->add_option_function<std::string>(
-          "--over", [&to](const std::string&) { to.over_layer = true; },
-          "put the stroke over this: \"layer\", the scene's own layer")
-      ->check(CLI::IsMember({"layer"}))
-      ->option_text("layer");
-  render->add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's");
-  render->add_option("--threads", to.threads, "threads to render a frame with; 0: all there are")
-      ->check(CLI::NonNegativeNumber);
-  render->add_flag("--classic", to.classic, "use the classic render command");
-  render
-      ->add_option_function<std::string>(
-          "--quality", [&to](const std::string& word) { to.best_quality = word == "best"; },
-          "draft samples the layer roughly; default: best")
-      ->check(CLI::IsMember({"draft", "best"}))
-      ->option_text("draft|best");
-  render->add_option("--trace", to.trace, "write every call that the effect makes into this file");
-  render->add_flag("-q,--quiet", to.quiet, "show no progress");
-  render->callback([&to] { cli::RunRender(to); });
-}
 
 void AddSheet(CLI::App& app, cli::SheetArguments& to) {
   CLI::App* sheet = app.add_subcommand("sheet", "Put numbered pictures side by side into one");
@@ -90,7 +57,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   cli::RenderArguments render;
   cli::SheetArguments sheet;
-  AddRender(app, render);
+  cli::AddRender(app, render);
   AddSheet(app, sheet);
   try {
     CheckCommand(app, argc, argv);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "hosting/picture.h"
@@ -31,8 +32,12 @@ class PictureFormat {
   /// or EXR (half, or float for 32 bits; premultiplied). Throws InputError for another extension.
   PictureFormat(const std::filesystem::path& name, hosting::Depth depth);
 
-  /// The file's bytes. Throws FileError naming `path`.
-  std::vector<unsigned char> Encode(const hosting::World& world,
+  /// The alpha that is written, whatever the kind of file usually has.
+  void SetAlpha(bool premultiplied) { premultiplied_ = premultiplied; }
+
+  /// The file's bytes; `software` is written into its field of that name. Throws FileError naming
+  /// `path`.
+  std::vector<unsigned char> Encode(const hosting::World& world, const std::string& software,
                                     const std::filesystem::path& path) const;
 
  private:
@@ -40,10 +45,14 @@ class PictureFormat {
 
   Kind kind_;
   hosting::Depth depth_;
+  bool premultiplied_;
 };
 
 /// Encodes and stores a picture whole or not at all. Throws FileError.
 void WritePicture(const hosting::World& world, const PictureFormat& format,
-                  const std::filesystem::path& path);
+                  const std::string& software, const std::filesystem::path& path);
+
+/// What a whole, readable picture says it was written by; empty when it does not say or is neither.
+std::string SoftwareOf(const std::filesystem::path& path);
 
 }  // namespace cli

@@ -84,6 +84,8 @@ class PictureReader {
     return {spec().full_width, spec().full_height};
   }
 
+  std::string Software() const { return spec().get_string_attribute("Software"); }
+
   hosting::Picture Read() {
     const auto type = static_cast<OIIO::TypeDesc::BASETYPE>(spec().format.basetype);
     if (type == OIIO::TypeDesc::UINT8) return ReadAs<std::uint8_t>();
@@ -215,6 +217,18 @@ PictureSize SizeOfPicture(const std::filesystem::path& path) {
 hosting::Picture ReadPicture(const std::filesystem::path& path) {
   const SilencedStandardError silenced;
   return PictureReader(path).Read();
+}
+
+std::string SoftwareOf(const std::filesystem::path& path) {
+  const SilencedStandardError silenced;
+  try {
+    PictureReader reader(path);
+    std::string software = reader.Software();
+    reader.Read();
+    return software;
+  } catch (const FileError&) {
+    return {};
+  }
 }
 
 }  // namespace cli

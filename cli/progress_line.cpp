@@ -43,6 +43,11 @@ void ProgressLine::Done(int frame) {
   fmt::print(stderr, "frame {}: {} of {} done, {}\n", frame, done_, frames_, Remaining(done_));
 }
 
+void ProgressLine::Failed(int frame, const std::string& why) {
+  fmt::print(stderr, "{}vorlin: error: {}\n", drawn_ ? "\r\x1b[K" : "", why);
+  Done(frame);
+}
+
 void ProgressLine::Draw(int frame, double part) {
   last_drawn_ = Clock::now();
   drawn_ = true;

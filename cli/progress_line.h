@@ -18,6 +18,8 @@ class ProgressLine {
   /// `part` (0..1) of the frame being rendered is done.
   void Within(int frame, double part);
   void Done(int frame);
+  /// Says why in a line of its own, quiet or not.
+  void Failed(int frame, const std::string& why);
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -3,17 +3,24 @@
 #include <filesystem>
 #include <string>
 
-#include "errors.h"
-#include "hosting/world.h"
+#include "hosting/render.h"
+#include "scene.h"
+#include "shots.h"
 
 namespace cli {
 
 struct RenderArguments {
   std::filesystem::path scene;
-  std::filesystem::path output;
-  std::string frames;  // empty: all of the scene's duration
+  SceneChanges changes;
+  ShotChoice shots;
+  Overwrite overwrite = Overwrite::kAsk;
+  bool skip_existing = false;  // leave alone what is up to date, replace what is not
+  bool keep_going = false;     // a frame that fails does not end the run
   hosting::Depth depth = hosting::Depth::k8;
-  bool over_layer = false;
+  std::string alpha;             // "straight", "premultiplied"; empty: as the kind of file has it
+  std::string over;              // a Backdrop
+  std::string region;            // as 10,20,300,200: left, top, width, height in pixels; empty: all
+  hosting::Rational downsample;  // pixels rendered for each of the layer's
   std::filesystem::path effect;  // empty: the one that belongs to this program
   int threads = 0;               // 0: as many as the machine has
   bool classic = false;

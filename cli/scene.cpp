@@ -60,9 +60,37 @@ void ReadLayerTimes(const JsonText& json, const Json::Value& root, hosting::Setu
     setup.layer_span.out = ReadNumber(json, *out);
 }
 
+void ApplyPreset(const std::filesystem::path& path, hosting::ControlTracks& controls) {
+  const JsonText json = JsonText::Read(path);
+  CheckKeys(json, json.root(), "a preset", {"$schema", "controls"});
+  ReadControls(json, Need(json, json.root(), "controls"), controls);
+}
+
+/// "Name=value": the value is JSON, or a text that needs no quotes.
+void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) {
+  const std::size_t equals = setting.find('=');
+  if (equals == setting.npos) {
+    throw InputError(fmt::format("--set: expected \"Name=value\", found \"{}\"", setting));
+  }
+  const std::string name = Json::valueToQuotedString(setting.substr(0, equals).c_str());
+  const std::string value = setting.substr(equals + 1);
+  const auto parsed = [&](const std::string& written) {
+    return JsonText::Inline("--set", fmt::format("{{{}: {}}}", name, written));
+  };
+  const auto json = [&] {
+    try {
+      return parsed(value);
+    } catch (const InputError&) {
+      return parsed(Json::valueToQuotedString(value.c_str()));
+    }
+  }();
+  ReadControls(json, json.root(), controls);
+}
+
 }  // namespace
 
-Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect) {
+Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
+                const SceneChanges& changes) {
   const JsonText json = JsonText::Read(path);
   const Json::Value& root = json.root();
   CheckKeys(json, root, "a scene",
@@ -84,11 +112,14 @@ Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect
   setup.width = layer.width;
   setup.height = layer.height;
   setup.picture = std::move(layer.picture);
+  scene.layer_file = std::move(layer.file);
 
   setup.controls = hosting::ControlTracks(effect.controls(), setup.width, setup.height);
   if (const Json::Value* controls = Find(root, "controls")) {
     ReadControls(json, *controls, setup.controls);
   }
+  if (!changes.preset.empty()) ApplyPreset(changes.preset, setup.controls);
+  for (const std::string& setting : changes.settings) ApplySetting(setting, setup.controls);
   try {
     setup.Check();
   } catch (const hosting::Error& error) {

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
@@ -12,10 +15,19 @@ namespace cli {
 struct Scene {
   hosting::Setup setup;
   int frames = 1;  // of its duration
+  /// The file that holds the layer's picture for a frame of the layer.
+  std::function<std::filesystem::path(std::int64_t layer_frame)> layer_file;
+};
+
+/// What is laid over a scene's own controls, in this order.
+struct SceneChanges {
+  std::filesystem::path preset;       // a file {"controls": {...}}; empty: none
+  std::vector<std::string> settings;  // as "Stroke Width=6" or "Paint Style=Wobbly"
 };
 
 /// Reads and checks a scene and opens its pictures; paths are relative to the scene's file. Throws
 /// InputError for what the scene says, FileError for files that cannot be read.
-Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect);
+Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
+                const SceneChanges& changes = {});
 
 }  // namespace cli

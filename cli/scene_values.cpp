@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "color_text.h"
 #include "hosting/errors.h"
 #include "suggest.h"
 
@@ -113,16 +114,9 @@ hosting::Vec3 ReadVec3(const JsonText& json, const Json::Value& value) {
 }
 
 hosting::Color ReadColor(const JsonText& json, const Json::Value& value) {
-  constexpr std::string_view kWhat = "a colour \"#rrggbb\"";
-  if (!value.isString()) Expected(json, value, kWhat);
-  const std::string text = value.asString();
-  const bool hex = std::all_of(text.begin() + (text.empty() ? 0 : 1), text.end(),
-                               [](unsigned char c) { return std::isxdigit(c) != 0; });
-  if (text.size() != 7 || text[0] != '#' || !hex) Expected(json, value, kWhat);
-  const auto channel = [&](std::size_t start) {
-    return std::stoi(text.substr(start, 2), nullptr, 16) / 255.0;
-  };
-  return {channel(1), channel(3), channel(5)};
+  const auto color = ParseColor(value.isString() ? value.asString() : "");
+  if (!color) Expected(json, value, "a colour \"#rrggbb\"");
+  return *color;
 }
 
 std::size_t ReadChoice(const JsonText& json, const Json::Value& value, std::string_view what,

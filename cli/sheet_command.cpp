@@ -52,7 +52,7 @@ void RunSheet(const SheetArguments& arguments) {
     cell.SetOrigin(i % columns * cell_width, i / columns * cell_height);
     hosting::CopyOverlap(cell, sheet);
   }
-  WritePicture(sheet, format, arguments.output);
+  WritePicture(sheet, format, {}, arguments.output);
 }
 
 }  // namespace cli

@@ -38,7 +38,7 @@ World Made(int width, int height, Depth depth, F pixel) {
 }
 
 World Reread(const World& world, const char* name) {
-  WritePicture(world, PictureFormat(name, world.depth()), name);
+  WritePicture(world, PictureFormat(name, world.depth()), {}, name);
   return ReadPicture(name).ToWorld(world.depth());
 }
 
@@ -105,7 +105,7 @@ TEST_F(PictureFiles, AlphaIsAsEachFormatWantsIt) {
       {"a.exr", Depth::k32, OIIO::TypeDesc::FLOAT, 0.5F, 0.125F},
   };
   for (const Case& c : cases) {
-    WritePicture(world, PictureFormat(c.name, c.depth), c.name);
+    WritePicture(world, PictureFormat(c.name, c.depth), {}, c.name);
     OIIO::TypeDesc type;
     const std::vector<float> raw = Raw(c.name, &type);
     EXPECT_EQ(type, c.type) << c.name;
@@ -175,7 +175,7 @@ TEST_F(PictureFiles, BadPicturesAreRefusedCheaply) {
   World world(300, 200, Depth::k8);
   world.Clear();
   for (const char* name : {"cut.png", "cut.exr", "cut.tif"}) {
-    WritePicture(world, PictureFormat(name, Depth::k8), name);
+    WritePicture(world, PictureFormat(name, Depth::k8), {}, name);
     std::filesystem::resize_file(name, std::filesystem::file_size(name) / 2);
   }
   std::filesystem::copy_file(SCENES "/dusk.jpg", "cut.jpg");

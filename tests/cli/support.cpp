@@ -53,7 +53,24 @@ void WritePlate(const std::string& name) {
                                    90};
     }
   }
-  WritePicture(world, PictureFormat(name, hosting::Depth::k8), name);
+  WritePicture(world, PictureFormat(name, hosting::Depth::k8), {}, name);
+}
+
+InSceneFolder::InSceneFolder() {
+  WritePlate("plate.png");
+  WriteText("scene.json", R"json({
+    "layer": "plate.png", "frame_rate": 10, "duration": 0.4,
+    "controls": {
+      "Brush Position": {"keys": [{"time": 0, "value": [8, 18]}, {"time": 0.4, "value": [60, 18]}]},
+      "Time Span (sec)": 0.3
+    }
+  })json");
+  WriteText("a_file", "");
+}
+
+std::set<std::string> InSceneFolder::With(std::set<std::string> more) {
+  more.insert({"plate.png", "scene.json", "a_file"});
+  return more;
 }
 
 const hosting::Effect& TheEffect() {

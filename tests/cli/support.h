@@ -33,6 +33,14 @@ std::string ReadAll(const std::filesystem::path& path);
 /// A small opaque PNG, 64 x 36 pixels, in the current folder.
 void WritePlate(const std::string& name);
 
+/// Tests that work beside a small scene.json of four frames, its plate.png and an empty a_file.
+class InSceneFolder : public InFolder {
+ protected:
+  InSceneFolder();
+  /// Names of these files and more.
+  static std::set<std::string> With(std::set<std::string> more);
+};
+
 const hosting::Effect& TheEffect();
 
 /// The line of the Error that f throws; fails the test when it throws none.

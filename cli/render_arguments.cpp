@@ -1,0 +1,114 @@
+#include "render_arguments.h"
+
+#include "errors.h"
+#include "hosting/errors.h"
+
+namespace cli {
+namespace {
+
+/// "1/2", "0.5", or "2" for one of two.
+hosting::Rational ParseDownsample(const std::string& text) try {
+  const hosting::Rational factor = hosting::Rational::Parse(text);
+  if (factor.value() <= 0) throw hosting::Error("\"" + text + "\" is not more than 0");
+  return factor.value() > 1 ? hosting::Rational(factor.den(), factor.num()) : factor;
+} catch (const hosting::Error& error) {
+  throw InputError(std::string("downsample: ") + error.what());
+}
+
+void AddFrames(CLI::App& render, RenderArguments& to) {
+  ShotChoice& shots = to.shots;
+  auto* frames = render.add_option("-F,--frames", shots.frames,
+                                   "frames, as 0-89 or 1-100x2,150,-5--1; default: all");
+  frames->option_text("RANGES");
+  render.add_option("--time", shots.time, "one picture at a time, as 1.25s")
+      ->option_text("SECONDS")
+      ->excludes(frames);
+  render.add_option("--chunk", shots.chunk, "only a part of the frames, as 3/20: the 3rd of 20")
+      ->option_text("PART/PARTS");
+}
+
+void AddFiles(CLI::App& render, RenderArguments& to) {
+  render.add_option("-o,--output", to.shots.output, "pictures to write: out.####.png, .tif, .exr")
+      ->option_text("FILE")
+      ->required();
+  auto* yes = render.add_flag_callback(
+      "-y,--overwrite", [&to] { to.overwrite = Overwrite::kAlways; }, "replace existing pictures");
+  render
+      .add_flag_callback(
+          "-n,--no-overwrite", [&to] { to.overwrite = Overwrite::kNever; },
+          "do nothing when a picture exists")
+      ->excludes(yes);
+  render.add_flag("--skip-existing", to.skip_existing,
+                  "leave up-to-date pictures, replace stale ones");
+  render.add_flag("--keep-going", to.keep_going, "go on after a frame that fails");
+}
+
+void AddScene(CLI::App& render, RenderArguments& to) {
+  render.add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
+  render.add_option("--preset", to.changes.preset, "controls to lay over the scene's")
+      ->option_text("FILE");
+  render
+      .add_option("--set", to.changes.settings,
+                  "set a control, as \"Stroke Width=6\"; may be repeated")
+      ->option_text("NAME=VALUE")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void AddPicture(CLI::App& render, RenderArguments& to) {
+  render
+      .add_option_function<int>(
+          "--depth", [&to](int bits) { to.depth = hosting::DepthOf(bits); },
+          "bits a channel to render with; default: 8")
+      ->check(CLI::IsMember({8, 16, 32}))
+      ->option_text("8|16|32");
+  render
+      .add_option("--alpha", to.alpha,
+                  "how colours are stored: straight or premultiplied; default: EXR premultiplied, "
+                  "others straight")
+      ->check(CLI::IsMember({"straight", "premultiplied"}))
+      ->option_text("KIND");
+  render
+      .add_option("--over", to.over,
+                  "put the stroke over the layer, a colour, a checkerboard or a picture")
+      ->option_text("layer|#rrggbb|checker|FILE");
+  render.add_option("--region", to.region, "only a rectangle, as 100,50,640,360")
+      ->option_text("X,Y,W,H");
+  render
+      .add_option_function<std::string>(
+          "--downsample", [&to](const std::string& text) { to.downsample = ParseDownsample(text); },
+          "render smaller, as 1/2")
+      ->option_text("FACTOR");
+  render
+      .add_option_function<std::string>(
+          "--quality", [&to](const std::string& word) { to.best_quality = word == "best"; },
+          "draft samples the layer roughly; default: best")
+      ->check(CLI::IsMember({"draft", "best"}))
+      ->option_text("draft|best");
+}
+
+void AddRunning(CLI::App& render, RenderArguments& to) {
+  render.add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's")
+      ->option_text("FILE");
+  render.add_option("--threads", to.threads, "threads to render a frame with; 0: all there are")
+      ->option_text("N")
+      ->check(CLI::NonNegativeNumber);
+  render.add_flag("--classic", to.classic, "use the classic render command");
+  render.add_option("--trace", to.trace, "write every call that the effect makes into a file")
+      ->option_text("FILE");
+  render.add_flag("-q,--quiet", to.quiet, "show no progress");
+}
+
+}  // namespace
+
+void AddRender(CLI::App& app, RenderArguments& to) {
+  CLI::App* render = app.add_subcommand("render", "Render frames of a scene into pictures");
+  AddScene(*render, to);
+  AddFiles(*render, to);
+  AddFrames(*render, to);
+  AddPicture(*render, to);
+  AddRunning(*render, to);
+  render->callback([&to] { RunRender(to); });
+}
+
+}  // namespace cli
