@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <new>
 
+#include "about_commands.h"
 #include "errors.h"
 #include "hosting/errors.h"
 #include "render_arguments.h"
@@ -25,6 +26,26 @@ void AddSheet(CLI::App& app, cli::SheetArguments& to) {
   sheet->add_option("--width", to.width, "pixels of a picture's width on the sheet")
       ->check(CLI::Range(1, 30000));
   sheet->callback([&to] { cli::RunSheet(to); });
+}
+
+void AddEffect(CLI::App& command, cli::AboutArguments& to) {
+  command.add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's")
+      ->option_text("FILE");
+}
+
+void AddAbout(CLI::App& app, cli::AboutArguments& to) {
+  CLI::App* about = app.add_subcommand("about", "Print the effect's about text");
+  about->callback([&to] { cli::RunAbout(to); });
+  CLI::App* controls = app.add_subcommand("controls", "List the effect's controls");
+  controls->add_option("SCENE", to.scene, "a scene whose settings grey controls")->option_text(" ");
+  controls->add_flag("--json", to.json, "as one JSON object");
+  controls->callback([&to] { cli::RunControls(to); });
+  CLI::App* check = app.add_subcommand("check", "Judge a scene without rendering it");
+  check->add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
+  check->callback([&to] { cli::RunCheck(to); });
+  CLI::App* schema = app.add_subcommand("schema", "Print a JSON Schema of scenes");
+  schema->callback([&to] { cli::RunSchema(to); });
+  for (CLI::App* command : {about, controls, check, schema}) AddEffect(*command, to);
 }
 
 int Fail(std::string message, int code) {
@@ -57,8 +78,10 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   cli::RenderArguments render;
   cli::SheetArguments sheet;
+  cli::AboutArguments about;
   cli::AddRender(app, render);
   AddSheet(app, sheet);
+  AddAbout(app, about);
   try {
     CheckCommand(app, argc, argv);
     app.parse(argc, argv);

@@ -9,31 +9,6 @@ namespace cli {
 namespace {
 
 using hosting::Light;
-using hosting::LightKind;
-using hosting::Track;
-
-/// In the order of LightKind.
-const std::vector<std::string> kKinds{"parallel", "spot", "point", "ambient"};
-
-void CheckKeysOfKind(const JsonText& json, const Json::Value& value, LightKind kind) {
-  const std::string what =
-      fmt::format("a light of type \"{}\"", kKinds[static_cast<std::size_t>(kind)]);
-  switch (kind) {
-    case LightKind::kParallel:
-      return CheckKeys(
-          json, value, what,
-          {"type", "name", "in", "out", "intensity", "color", "position", "target", "rotation"});
-    case LightKind::kSpot:
-      return CheckKeys(json, value, what,
-                       {"type", "name", "in", "out", "intensity", "color", "position", "target",
-                        "rotation", "cone_angle", "cone_feather"});
-    case LightKind::kPoint:
-      return CheckKeys(json, value, what,
-                       {"type", "name", "in", "out", "intensity", "color", "position"});
-    case LightKind::kAmbient:
-      return CheckKeys(json, value, what, {"type", "name", "in", "out", "intensity", "color"});
-  }
-}
 
 void CheckInRange(const JsonText& json, const Json::Value& value, const Light& light) {
   hosting::Composition alone;
@@ -62,9 +37,13 @@ void ReadProperty(const JsonText& json, const Json::Value& object, const char* k
 
 hosting::Layer ReadLight(const JsonText& json, const Json::Value& value) {
   if (!value.isObject()) json.FailAt(value, "expected a light {\"type\": ..., ...}");
-  const auto kind =
-      static_cast<LightKind>(ReadChoice(json, Need(json, value, "type"), "a light's type", kKinds));
-  CheckKeysOfKind(json, value, kind);
+  std::vector<std::string> types;
+  for (const LightKeys& light : KeysOfLights()) types.push_back(light.type);
+  const std::size_t kind = ReadChoice(json, Need(json, value, "type"), "a light's type", types);
+  const LightKeys& keys = KeysOfLights()[kind];
+  CheckKeys(json, value, fmt::format("a light of type \"{}\"", keys.type),
+            {keys.keys.begin(), keys.keys.end()});
+  if (keys.needs_position) Need(json, value, "position");
 
   hosting::Layer layer;
   layer.kind = hosting::Layer::Kind::kLight;
@@ -73,8 +52,7 @@ hosting::Layer ReadLight(const JsonText& json, const Json::Value& value) {
   if (const Json::Value* out = Find(value, "out")) layer.span.out = ReadNumber(json, *out);
 
   Light& light = layer.light;
-  light.kind = kind;
-  if (kind == LightKind::kPoint || kind == LightKind::kSpot) Need(json, value, "position");
+  light.kind = static_cast<hosting::LightKind>(kind);
   ReadProperty(json, value, "position", light, &Light::position, ReadVec3);
   ReadProperty(json, value, "target", light, &Light::target, ReadVec3);
   ReadProperty(json, value, "rotation", light, &Light::rotation, ReadVec3);
@@ -86,6 +64,21 @@ hosting::Layer ReadLight(const JsonText& json, const Json::Value& value) {
 }
 
 }  // namespace
+
+const std::vector<LightKeys>& KeysOfLights() {
+  static const std::set<std::string> kAll{"type", "name", "in", "out", "intensity", "color"};
+  const auto with = [](std::set<std::string> more) {
+    more.insert(kAll.begin(), kAll.end());
+    return more;
+  };
+  static const std::vector<LightKeys> kLights{
+      {"parallel", with({"position", "target", "rotation"}), false},
+      {"spot", with({"position", "target", "rotation", "cone_angle", "cone_feather"}), true},
+      {"point", with({"position"}), true},
+      {"ambient", kAll, false},
+  };
+  return kLights;
+}
 
 void ReadLights(const JsonText& json, const Json::Value& value, hosting::Composition& composition) {
   if (!value.isArray()) json.FailAt(value, "expected a list of lights");

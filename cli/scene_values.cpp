@@ -57,7 +57,7 @@ hosting::Handle ReadHandle(const JsonText& json, const Json::Value& value) {
 }  // namespace
 
 void CheckKeys(const JsonText& json, const Json::Value& value, std::string_view what,
-               std::initializer_list<std::string> keys) {
+               const std::vector<std::string>& keys) {
   if (!value.isObject()) Expected(json, value, fmt::format("{} {{...}}", what));
   const Json::Value* unknown = nullptr;
   std::string name;
@@ -68,9 +68,8 @@ void CheckKeys(const JsonText& json, const Json::Value& value, std::string_view 
     name = it.name();
   }
   if (unknown == nullptr) return;
-  json.FailAtKey(
-      value, *unknown,
-      fmt::format("{} has no \"{}\"{}", what, name, DidYouMean(name, {keys.begin(), keys.size()})));
+  json.FailAtKey(value, *unknown,
+                 fmt::format("{} has no \"{}\"{}", what, name, DidYouMean(name, keys)));
 }
 
 const Json::Value* Find(const Json::Value& object, std::string_view key) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,7 +16,7 @@ namespace cli {
 
 /// Checks that `value` is an object that has no keys but `keys`. `what` names it, as "the scene".
 void CheckKeys(const JsonText& json, const Json::Value& value, std::string_view what,
-               std::initializer_list<std::string> keys);
+               const std::vector<std::string>& keys);
 
 /// The value of a key, or null when the object lacks it.
 const Json::Value* Find(const Json::Value& object, std::string_view key);

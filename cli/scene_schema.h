@@ -1,0 +1,15 @@
+#pragma once
+
+#include <json/json.h>
+
+#include <vector>
+
+#include "hosting/controls.h"
+
+namespace cli {
+
+/// A JSON Schema (2020-12) of scenes: what the scene reader accepts, with the effect's own
+/// controls.
+Json::Value SceneSchema(const std::vector<hosting::ControlInfo>& controls);
+
+}  // namespace cli
