@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <memory>
+#include <regex>
 #include <string_view>
 
 #include "errors.h"
@@ -72,6 +73,8 @@ std::size_t Start(const Json::Value& value) {
 
 JsonText::JsonText(std::string name, std::string text)
     : name_(std::move(name)), text_(std::move(text)) {
+  // The parser passes over a byte-order mark, but does not count it in its offsets.
+  if (text_.starts_with("\xEF\xBB\xBF")) text_.erase(0, 3);
   const std::unique_ptr<Json::CharReader> reader(Dialect().newCharReader());
   std::string reports;
   bool good = false;
@@ -81,6 +84,7 @@ JsonText::JsonText(std::string name, std::string text)
     throw InputError(fmt::format("{}: nested deeper than {} levels", name_, kDeepest));
   }
   if (!good) throw InputError(FirstReport(name_, reports));
+  CheckNumbers(root_);
 }
 
 JsonText JsonText::Inline(std::string name, std::string text) {
@@ -91,6 +95,18 @@ JsonText JsonText::Inline(std::string name, std::string text) {
 
 JsonText JsonText::Read(const std::filesystem::path& path) {
   return {path.string(), ReadTextFile(path)};
+}
+
+void JsonText::CheckNumbers(const Json::Value& value) const {
+  if (value.isNumeric()) {
+    static const std::regex number(R"(-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][-+]?[0-9]+)?)");
+    const std::string written(Written(value));
+    if (!std::regex_match(written, number))
+      FailAt(value, fmt::format("'{}' is not a number", written));
+  }
+  if (value.isArray() || value.isObject()) {
+    for (const Json::Value& part : value) CheckNumbers(part);
+  }
 }
 
 void JsonText::FailAt(const Json::Value& value, const std::string& message) const {

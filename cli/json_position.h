@@ -33,6 +33,8 @@ class JsonText {
   std::string_view Written(const Json::Value& value) const;
 
  private:
+  /// The parser takes "01", "1.", "+1" and "-" for numbers; a scene must be what others read too.
+  void CheckNumbers(const Json::Value& value) const;
   [[noreturn]] void FailAtOffset(std::size_t offset, const std::string& message) const;
 
   std::string name_;
