@@ -29,14 +29,6 @@ std::optional<Number> Parsed(std::string_view text) {
   return number;
 }
 
-double ParseSeconds(std::string_view text) {
-  const auto seconds = Parsed<double>(text.ends_with('s') ? text.substr(0, text.size() - 1) : text);
-  if (!seconds || !std::isfinite(*seconds)) {
-    throw InputError(fmt::format("time: expected seconds as 1.25s, found \"{}\"", text));
-  }
-  return *seconds;
-}
-
 /// Part and number of parts, 1 <= part <= parts.
 std::pair<int, int> ParseChunk(std::string_view text) {
   const std::size_t slash = std::min(text.find('/'), text.size());
@@ -64,6 +56,14 @@ bool AgreesOnTerminal(const std::string& file) {
 }
 
 }  // namespace
+
+double ParseSeconds(std::string_view text) {
+  const auto seconds = Parsed<double>(text.ends_with('s') ? text.substr(0, text.size() - 1) : text);
+  if (!seconds || !std::isfinite(*seconds)) {
+    throw InputError(fmt::format("time: expected seconds as 1.25s, found \"{}\"", text));
+  }
+  return *seconds;
+}
 
 std::vector<Shot> ChooseShots(const ShotChoice& choice, int scene_frames,
                               const hosting::TimeBase& time) try {

@@ -2,11 +2,15 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hosting/time_base.h"
 
 namespace cli {
+
+/// "1.25s" or "1.25". Throws InputError.
+double ParseSeconds(std::string_view text);
 
 /// One picture to render.
 struct Shot {

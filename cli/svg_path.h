@@ -1,0 +1,23 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hosting/values.h"
+
+namespace cli {
+
+/// A cubic Bezier curve: start, two handles, end.
+using Curve = std::array<hosting::Point, 4>;
+
+/// The pieces of an SVG path's "d": its first subpath, straight lines being curves too, pieces of
+/// no length left out. Throws InputError for what is no path, and for arcs.
+std::vector<Curve> ParseSvgPath(std::string_view d);
+
+/// The "d" of the path element with this id, or of the first one when `id` is empty. Throws
+/// InputError when there is none.
+std::string FindSvgPath(const std::string& svg, const std::string& id);
+
+}  // namespace cli
