@@ -5,17 +5,59 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstring>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "errors.h"
 
 namespace cli {
+namespace {
+
+constexpr std::string_view kSuffix = ".part";
+
+/// What hidden files of this machine have before their process: others' processes cannot be looked
+/// up.
+std::string MachineMark() {
+  char name[256] = {};
+  gethostname(name, sizeof name - 1);
+  return fmt::format(".{}-", name);
+}
+
+/// The process in a hidden file's name; 0 when it is not one of ours.
+pid_t ProcessOf(std::string_view name, std::string_view mark) {
+  if (!name.starts_with('.') || !name.ends_with(kSuffix)) return 0;
+  name.remove_suffix(kSuffix.size());
+  const std::size_t at = name.rfind(mark);
+  if (at == name.npos) return 0;
+  name.remove_prefix(at + mark.size());
+  pid_t process = 0;
+  const char* end = name.data() + name.size();
+  return std::from_chars(name.data(), end, process).ptr == end && process > 0 ? process : 0;
+}
+
+}  // namespace
+
+void ClearLeftovers(const std::filesystem::path& folder) {
+  const std::string mark = MachineMark();
+  std::error_code ignored;
+  std::vector<std::filesystem::path> leftovers;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
+    const pid_t process = ProcessOf(entry.path().filename().string(), mark);
+    if (process != 0 && kill(process, 0) != 0 && errno == ESRCH) leftovers.push_back(entry.path());
+  }
+  for (const auto& leftover : leftovers) std::filesystem::remove(leftover, ignored);
+}
 
 OutputFile::OutputFile(std::filesystem::path path) : path_(std::move(path)) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path_, ignored)) Fail(EISDIR);
-  hidden_ = path_.parent_path() / fmt::format(".{}.{}.part", path_.filename().string(), getpid());
+  hidden_ = path_.parent_path() /
+            fmt::format(".{}{}{}{}", path_.filename().string(), MachineMark(), getpid(), kSuffix);
   descriptor_ = open(hidden_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (descriptor_ < 0) Fail(errno);
 }

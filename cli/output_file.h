@@ -7,6 +7,9 @@
 
 namespace cli {
 
+/// Removes hidden files in a folder that processes of this machine, killed since, left there.
+void ClearLeftovers(const std::filesystem::path& folder);
+
 /// A file that appears under its name only when it is complete. Until then it is a hidden file
 /// beside it, which goes away with this object.
 class OutputFile {

@@ -62,7 +62,10 @@ class RenderRun {
       CheckOverwriting(shots_, arguments.overwrite);
     }
     // Made and removed again: the folder can be written into.
-    if (!shots_.empty()) OutputFile(shots_.front().file);
+    if (!shots_.empty()) {
+      ClearLeftovers(shots_.front().file.parent_path());
+      OutputFile(shots_.front().file);
+    }
     if (!arguments.trace.empty()) trace_.emplace(arguments.trace);
   }
 

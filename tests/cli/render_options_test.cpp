@@ -71,7 +71,7 @@ TEST_F(RenderOptions, SkipExistingRendersWhatIsMissingBrokenOrStale) {
     wider.insert(wider.end(), {"--set", "Stroke Width=6"});
     EXPECT_EQ(Render(wider).err, "");
     const auto second = contents();
-    for (int i = 0; i < 4; ++i) EXPECT_TRUE(second[i] != first[i]) << extension;
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_TRUE(second[i] != first[i]) << extension;
     EXPECT_EQ(Render(run).err, "");
     EXPECT_TRUE(contents() == first) << extension;
   }

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -78,7 +79,18 @@ const hosting::Effect& TheEffect() {
   return effect;
 }
 
-RunResult RunVorlin(std::vector<std::string> arguments, int signal_after_ms) {
+namespace {
+
+/// Whether the current folder holds a file that is not complete.
+bool IsBeingWritten() {
+  const auto entries = std::filesystem::directory_iterator(".");
+  return std::any_of(begin(entries), end(entries),
+                     [](const auto& entry) { return entry.path().extension() == ".part"; });
+}
+
+}  // namespace
+
+RunResult RunVorlin(std::vector<std::string> arguments, int signal) {
   char out_name[] = "/tmp/vorlin_out_XXXXXX";
   char err_name[] = "/tmp/vorlin_err_XXXXXX";
   const int out = mkstemp(out_name);
@@ -95,17 +107,24 @@ RunResult RunVorlin(std::vector<std::string> arguments, int signal_after_ms) {
     execv(VORLIN, argv.data());
     _exit(127);
   }
-  if (signal_after_ms > 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(signal_after_ms));
-    kill(child, SIGINT);
+  const auto now = [] { return std::chrono::steady_clock::now(); };
+  if (signal > 0) {
+    const auto give_up = now() + std::chrono::seconds(30);
+    while (!IsBeingWritten() && now() < give_up) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    kill(child, signal);
   }
+  const auto signalled = now();
   int status = 0;
   rusage usage{};
   wait4(child, &status, 0, &usage);
   close(out);
   close(err);
   RunResult result{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                   ReadAll(out_name), ReadAll(err_name), usage.ru_maxrss};
+                   ReadAll(out_name), ReadAll(err_name), usage.ru_maxrss,
+                   std::chrono::duration<double>(now() - signalled).count()};
   std::filesystem::remove(out_name);
   std::filesystem::remove(err_name);
   return result;

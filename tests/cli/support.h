@@ -60,9 +60,11 @@ struct RunResult {
   std::string out;
   std::string err;
   long peak_kib = 0;
+  double seconds_after_signal = 0;
 };
 
-/// Runs the built program to its end. `signal_after_ms` above 0 sends SIGINT then.
-RunResult RunVorlin(std::vector<std::string> arguments, int signal_after_ms = 0);
+/// Runs the built program to its end. `signal` above 0 is sent a moment after the program has begun
+/// to write a file.
+RunResult RunVorlin(std::vector<std::string> arguments, int signal = 0);
 
 }  // namespace cli
