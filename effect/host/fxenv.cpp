@@ -19,14 +19,18 @@ PF_PixelFormat Fxenv::PixelFormat() {
   // Not through the cache: a host without this suite is served too.
   const void* table = nullptr;
   if (suites.basicSuite->AcquireSuite(kPFWorldSuite, 2, &table) == 0 && table != nullptr) {
-    const auto* world_suite = static_cast<const PF_WorldSuite2*>(table);
-    UseThenGiveBack([&] { return world_suite->PF_GetPixelFormat(output, &pixelFormat); },
-                    [&] { suites.ReleaseSuite(kPFWorldSuite, 2); });
-  } else {
-    const bool deep = (output->world_flags & PF_WorldFlag_DEEP) != 0;
-    pixelFormat = deep ? PF_PixelFormat_ARGB64 : PF_PixelFormat_ARGB32;
+    const auto ask = static_cast<const PF_WorldSuite2*>(table)->PF_GetPixelFormat;
+    UseThenGiveBack(
+        [&] {
+          if (ask == nullptr) return false;
+          ask(output, &pixelFormat);
+          return true;
+        },
+        [&] { suites.ReleaseSuite(kPFWorldSuite, 2); });
+    if (ask != nullptr) return pixelFormat;
   }
-  return pixelFormat;
+  const bool deep = (output->world_flags & PF_WorldFlag_DEEP) != 0;
+  return pixelFormat = deep ? PF_PixelFormat_ARGB64 : PF_PixelFormat_ARGB32;
 }
 
 }  // namespace vorlin

@@ -46,6 +46,13 @@ class AEGP_SuiteHandler {
   const Table& Use(SuiteId<Table> id) {
     return *static_cast<const Table*>(Slot(id.slot));
   }
+  /// A function of it; one that the table lacks counts as a missing suite.
+  template <class Table, class Function>
+  Function Use(SuiteId<Table> id, Function Table::*member) {
+    const Function function = Use(id).*member;
+    if (function == nullptr) MissingSuiteError();
+    return function;
+  }
 
   /// Acquires a suite without keeping it; throws MissingSuiteError when the host has none.
   const void* LoadSuite(const char* name, std::int32_t version) const;

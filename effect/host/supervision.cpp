@@ -21,7 +21,8 @@ bool HasTwirlDown(PF_ParamType type) {
 }
 
 PF_Err Update(Fxenv& env, int index, const PF_ParamDef& shown) {
-  return env.suites.Use(kParamUtilsSuite).PF_UpdateParamUI(env.inData->effect_ref, index, &shown);
+  return env.suites.Use(kParamUtilsSuite, &PF_ParamUtilsSuite1::PF_UpdateParamUI)(
+      env.inData->effect_ref, index, &shown);
 }
 
 PF_Err Show(Fxenv& env, int index, bool enabled) {

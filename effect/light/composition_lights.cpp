@@ -8,21 +8,21 @@ namespace {
 /// Asks the composition about one layer at one time. Operations return the host's code.
 class LightReader {
  public:
-  LightReader(Fxenv& env, const A_Time& comp_time)
-      : env_(env), layers_(env.suites.Use(kLayerSuite)), comp_time_(comp_time) {}
+  LightReader(Fxenv& env, const A_Time& comp_time) : env_(env), comp_time_(comp_time) {}
 
   /// Adds the layer to the model if it is an active light of a known type.
   PF_Err AddLayer(AEGP_LayerH layer, LightShade& model) {
     A_Boolean active = 0;
-    PF_Err err = layers_.AEGP_IsVideoActive(layer, AEGP_LTimeMode_CompTime, &comp_time_, &active);
+    PF_Err err = Layers(&AEGP_LayerSuite5::AEGP_IsVideoActive)(layer, AEGP_LTimeMode_CompTime,
+                                                               &comp_time_, &active);
     if (err != 0 || !active) return err;
 
     AEGP_ObjectType object_type = AEGP_ObjectType_AV;
-    err = layers_.AEGP_GetLayerObjectType(layer, &object_type);
+    err = Layers(&AEGP_LayerSuite5::AEGP_GetLayerObjectType)(layer, &object_type);
     if (err != 0 || object_type != AEGP_ObjectType_LIGHT) return err;
 
     AEGP_LightType light_type = -1;
-    err = env_.suites.Use(kLightSuite).AEGP_GetLightType(layer, &light_type);
+    err = env_.suites.Use(kLightSuite, &AEGP_LightSuite1::AEGP_GetLightType)(layer, &light_type);
     if (err != 0 || light_type < AEGP_LightType_PARALLEL || light_type > AEGP_LightType_AMBIENT) {
       return err;
     }
@@ -58,8 +58,8 @@ class LightReader {
 
   /// The layer-to-world matrix, its first column divided by that column's length over the axes.
   PF_Err ReadWorldMatrix(AEGP_LayerH layer, A_Matrix4& world) {
-    const PF_Err err =
-        layers_.AEGP_GetLayerToWorldXformFromView(layer, &comp_time_, &comp_time_, &world);
+    const PF_Err err = Layers(&AEGP_LayerSuite5::AEGP_GetLayerToWorldXformFromView)(
+        layer, &comp_time_, &comp_time_, &world);
     if (err != 0) return err;
     auto& m = world.mat;
     const double length =
@@ -100,13 +100,16 @@ class LightReader {
 
   PF_Err ReadStream(AEGP_LayerH layer, AEGP_LayerStream stream, AEGP_StreamVal& value) {
     AEGP_StreamType ignored = 0;
-    return env_.suites.Use(kStreamSuite)
-        .AEGP_GetLayerStreamValue(layer, stream, AEGP_LTimeMode_CompTime, &comp_time_, 0, &value,
-                                  &ignored);
+    return env_.suites.Use(kStreamSuite, &AEGP_StreamSuite4::AEGP_GetLayerStreamValue)(
+        layer, stream, AEGP_LTimeMode_CompTime, &comp_time_, 0, &value, &ignored);
+  }
+
+  template <class Function>
+  Function Layers(Function AEGP_LayerSuite5::*function) {
+    return env_.suites.Use(kLayerSuite, function);
   }
 
   Fxenv& env_;
-  const AEGP_LayerSuite5& layers_;
   A_Time comp_time_;
 };
 
@@ -114,27 +117,31 @@ class LightReader {
 
 bool GetAllLights(Fxenv& env, LightShade& model, A_Time time) {
   const PF_ProgPtr effect_ref = env.inData->effect_ref;
-  const AEGP_PFInterfaceSuite1& effect_suite = env.suites.Use(kPFInterfaceSuite);
+  const auto of_effect = [&](auto function) { return env.suites.Use(kPFInterfaceSuite, function); };
+  const auto of_layers = [&](auto function) { return env.suites.Use(kLayerSuite, function); };
   A_Time comp_time{};
-  if (effect_suite.AEGP_ConvertEffectToCompTime(effect_ref, std::max(time.value, 0), time.scale,
-                                                &comp_time) != 0) {
+  if (of_effect(&AEGP_PFInterfaceSuite1::AEGP_ConvertEffectToCompTime)(
+          effect_ref, std::max(time.value, 0), time.scale, &comp_time) != 0) {
     return false;
   }
   AEGP_LayerH effect_layer = nullptr;
-  if (effect_suite.AEGP_GetEffectLayer(effect_ref, &effect_layer) != 0 || effect_layer == nullptr) {
+  if (of_effect(&AEGP_PFInterfaceSuite1::AEGP_GetEffectLayer)(effect_ref, &effect_layer) != 0 ||
+      effect_layer == nullptr) {
     return false;
   }
-  const AEGP_LayerSuite5& layers = env.suites.Use(kLayerSuite);
   AEGP_CompH comp = nullptr;
-  if (layers.AEGP_GetLayerParentComp(effect_layer, &comp) != 0 || comp == nullptr) return false;
+  if (of_layers(&AEGP_LayerSuite5::AEGP_GetLayerParentComp)(effect_layer, &comp) != 0 ||
+      comp == nullptr)
+    return false;
   A_long layer_count = 0;
-  if (layers.AEGP_GetCompNumLayers(comp, &layer_count) != 0) return false;
+  if (of_layers(&AEGP_LayerSuite5::AEGP_GetCompNumLayers)(comp, &layer_count) != 0) return false;
   if (layer_count < 2) return false;  // only the effect's own layer
 
   LightReader reader(env, comp_time);
   for (A_long index = 0; index < layer_count; ++index) {
     AEGP_LayerH layer = nullptr;
-    if (layers.AEGP_GetCompLayerByIndex(comp, index, &layer) != 0) return false;
+    if (of_layers(&AEGP_LayerSuite5::AEGP_GetCompLayerByIndex)(comp, index, &layer) != 0)
+      return false;
     if (layer != nullptr && reader.AddLayer(layer, model) != 0) return false;
   }
   return model.hasAmbient || model.numOffered != 0;

@@ -19,9 +19,10 @@ std::optional<PF_PixelFloat> FloatColor(Fxenv& env, int index, int time, int tim
   return ReadControl(env.inData, index, time, time_step, time_scale,
                      [&](const PF_ParamDef& param) -> std::optional<PF_PixelFloat> {
                        PF_PixelFloat color{};
-                       const PF_Err err = env.suites.Use(kColorParamSuite)
-                                              .PF_GetFloatingPointColorFromColorDef(
-                                                  env.inData->effect_ref, &param, &color);
+                       const PF_Err err = env.suites.Use(
+                           kColorParamSuite,
+                           &PF_ColorParamSuite1::PF_GetFloatingPointColorFromColorDef)(
+                           env.inData->effect_ref, &param, &color);
                        if (err != 0) return std::nullopt;
                        return color;
                      });

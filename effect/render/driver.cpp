@@ -159,7 +159,7 @@ PF_Err RenderThisSmart(Fxenv& env) {
   using Services = DepthServices<Pixel>;
   RIPInfo<Pixel> info{};
   info.reflectionScale = geometry.layer_width * reflection * kReflectionReach;
-  info.areaSample = env.suites.Use(Services::kSampling).area_sample;
+  info.areaSample = env.suites.Use(Services::kSampling, &PF_SamplingSuite<Pixel>::area_sample);
   info.lightShade = BuildLightShade<Pixel>(env, scales, geometry);
   info.highQuality = env.highQuality;
   info.field = field;

@@ -16,15 +16,17 @@ PF_Err FX_NewWorld::New(A_long width, A_long height, PF_PixelFormat new_format, 
   if (const PF_Err err = Dispose(); err != 0) return err;
 
   const PF_ProgPtr effect_ref = env->inData->effect_ref;
+  Disposal(new_format);  // what could not be disposed of is not made
   PF_Err err;
   if (new_format == PF_PixelFormat_ARGB128) {
-    err = env->suites.Use(kWorldSuite2)
-              .PF_NewWorld(effect_ref, width, height, clear, new_format, &world);
+    err = env->suites.Use(kWorldSuite2, &PF_WorldSuite2::PF_NewWorld)(effect_ref, width, height,
+                                                                      clear, new_format, &world);
   } else {
     const PF_NewWorldFlags flags =
         (new_format == PF_PixelFormat_ARGB64 ? PF_NewWorldFlag_DEEP_PIXELS : PF_NewWorldFlag_NONE) |
         (clear ? PF_NewWorldFlag_CLEAR_PIXELS : PF_NewWorldFlag_NONE);
-    err = env->suites.Use(kWorldSuite1).new_world(effect_ref, width, height, flags, &world);
+    err = env->suites.Use(kWorldSuite1, &PF_WorldSuite1::new_world)(effect_ref, width, height,
+                                                                    flags, &world);
   }
   if (err == 0) {
     allocated = true;
@@ -35,17 +37,17 @@ PF_Err FX_NewWorld::New(A_long width, A_long height, PF_PixelFormat new_format, 
 
 PF_Err FX_NewWorld::Dispose() {
   if (!allocated) return PF_Err_NONE;
-  const PF_ProgPtr effect_ref = env->inData->effect_ref;
-  return UseThenGiveBack(
-      [&] {
-        return format == PF_PixelFormat_ARGB128
-                   ? env->suites.Use(kWorldSuite2).PF_DisposeWorld(effect_ref, &world)
-                   : env->suites.Use(kWorldSuite1).dispose_world(effect_ref, &world);
-      },
-      [&] {
-        world = {};
-        allocated = false;
-      });
+  return UseThenGiveBack([&] { return Disposal(format)(env->inData->effect_ref, &world); },
+                         [&] {
+                           world = {};
+                           allocated = false;
+                         });
+}
+
+FX_NewWorld::DisposeFunction FX_NewWorld::Disposal(PF_PixelFormat of) const {
+  return of == PF_PixelFormat_ARGB128
+             ? env->suites.Use(kWorldSuite2, &PF_WorldSuite2::PF_DisposeWorld)
+             : env->suites.Use(kWorldSuite1, &PF_WorldSuite1::dispose_world);
 }
 
 PF_EffectWorld* FX_NewWorld::Layer() {

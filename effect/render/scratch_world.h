@@ -26,6 +26,10 @@ class FX_NewWorld {
   PF_EffectWorld* Layer();
 
  private:
+  using DisposeFunction = PF_Err (*)(PF_ProgPtr effect_ref, PF_EffectWorld* world);
+  /// The host's, for worlds of that format.
+  DisposeFunction Disposal(PF_PixelFormat of) const;
+
   bool allocated = false;
   Fxenv* env;
   PF_EffectWorld world{};  // all zero while empty
