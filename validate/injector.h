@@ -1,0 +1,58 @@
+// Watches the calls of one run, puts a fault into one of them, and works out what must come of it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fault.h"
+#include "hosting/calls.h"
+#include "hosting/world.h"
+
+namespace validate {
+
+class Injector {
+ public:
+  /// Nothing is injected without a fault. depth is the output's.
+  explicit Injector(hosting::Depth depth, std::optional<Fault> fault = std::nullopt)
+      : depth_(depth), fault_(fault) {}
+
+  /// What the observer answers, or throws.
+  PF_Err Observe(const hosting::Call& call);
+
+  /// In order.
+  const std::vector<hosting::CallKind>& calls() const { return calls_; }
+  /// Of the call that the fault befell.
+  bool struck() const { return struck_; }
+  /// How far the render had come when its result was decided, or at the end.
+  bool output_filled() const { return output_filled_; }
+  bool pass_reached() const { return pass_reached_; }
+  /// Whether the picture must be that of a run without faults, should the run succeed.
+  bool harmless() const { return harmless_; }
+
+  /// What is wrong with the code that the run ended with; empty when it is as it must be.
+  std::string Judge(PF_Err code) const;
+  /// The first call after the result was decided that is no clean-up; empty when there is none.
+  const std::string& late_call() const { return late_call_; }
+
+ private:
+  PF_Err Strike(const hosting::Call& call);
+  std::optional<PF_Err> CodeOfFailure(const hosting::Call& call);
+  void Decide(const hosting::Call& call, PF_Err code);
+  bool MayFollow(const hosting::Call& call) const;
+
+  hosting::Depth depth_;
+  std::optional<Fault> fault_;
+  std::vector<hosting::CallKind> calls_;
+  bool struck_ = false;
+  bool harmless_ = true;
+  bool output_filled_ = false;
+  bool pass_reached_ = false;
+  std::optional<PF_Err> decided_;     // the run must end with this
+  std::optional<PF_Err> eventually_;  // or, undecided, with this, but not at once
+  std::optional<PF_Err> may_;         // or, undecided, with this as well as with success
+  hosting::CallKind decided_by_{};
+  std::string late_call_;
+};
+
+}  // namespace validate
