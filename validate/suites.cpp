@@ -44,6 +44,7 @@ void CheckSuite(const Case& c, Bench& bench, const SuiteFacts& suite, const std:
     const bool whole = missing == suite.functions;
     const std::string what = std::string(suite.name) + " " + std::to_string(suite.version) +
                              (whole ? ":no table" : ":no function " + std::to_string(missing));
+    c.report.Trying(what);
     Table table{};
     bool asked = false;
     bench.interposer().changes.suite = [&](std::string_view name, int version,
