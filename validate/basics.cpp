@@ -178,7 +178,7 @@ void CheckIdentity(const Case& c) {
     c.report.Expect(out.out_flags2 == (0x00001405 | 0x20),
                     "second flags " + std::to_string(out.out_flags2));
   }
-  for (const std::size_t length : {0, 3, 254, 255}) {
+  for (const std::size_t length : {0u, 3u, 254u, 255u}) {
     if (!c.Tries("about after " + std::to_string(length))) continue;
     PF_OutData out{};
     std::memset(out.return_msg, 'x', length);
