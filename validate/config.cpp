@@ -7,7 +7,6 @@
 namespace validate {
 namespace {
 
-using hosting::Key;
 using hosting::Layer;
 using hosting::LightKind;
 using hosting::Point;

@@ -309,7 +309,7 @@ void CheckFloatPixels(const Case& c) {
   for (const float value : {kNaN, kInfinity, -kInfinity, 1e38f, -1e38f, 1e-42f, -1.0f, 0.0f}) {
     for (const int channel : {0, 1, 3}) {
       if (!c.Tries("channel " + std::to_string(channel) + "=" + std::to_string(value))) continue;
-      std::vector<float> pixels(4 * kWidth * kHeight, 0.5f);
+      std::vector<float> pixels(std::size_t{4} * kWidth * kHeight, 0.5f);
       for (std::size_t i = static_cast<std::size_t>(channel); i < pixels.size(); i += 4) {
         pixels[i] = value;
       }
