@@ -30,112 +30,112 @@ void AddSheet(CLI::App& app, cli::SheetArguments& to) {
 }
 
 void AddImportPath(CLI::App& app, cli::PathImport& to) {
-  CLI::App* import = app.add_subcommand("import-path", "Print a drawn path as \"Brush Position\"");
-  import->add_option("FILE", to.file, "an SVG, or rows frame,x,y in a .csv")
+  CLI::App* command = app.add_subcommand("import-path", "Print a drawn path as \"Brush Position\"");
+  command->add_option("FILE", to.file, "an SVG, or rows frame,x,y in a .csv")
       ->required()
       ->option_text(" ");
-  import->add_option("--id", to.id, "the SVG path's id; default: the first path")
+  command->add_option("--id", to.id, "the SVG path's id; default: the first path")
       ->option_text("ID");
-  for (const auto& [name, seconds, what] :
-       {std::tuple("--from", &to.from, "when the SVG's path begins, as 0s; default: 0s"),
-        std::tuple("--to", &to.to, "when it ends, as 3s; default: 3s")}) {
-    import
-        ->add_option_function<std::string>(
-            name,
-            [seconds = seconds](const std::string& text) { *seconds = cli::ParseSeconds(text);
-  },
-            what)
-        ->option_text("SECONDS");
-}
-  import
-      ->add_option_function<std::string>(
-          "--ease", [&to](const std::string& ease) { to.smooth = ease == "smooth";
-  }  // namespace
-,
-          "smooth starts and ends gently; default: linear")
+  const auto add_time = [&](const char* name, double& seconds, const char* what) {
+    const auto read = [&seconds](const std::string& text) { seconds = cli::ParseSeconds(text); };
+    command->add_option_function<std::string>(name, read, what)->option_text("SECONDS");
+  };
+  add_time("--from", to.from, "when the SVG's path begins, as 0s; default: 0s");
+  add_time("--to", to.to, "when it ends, as 3s; default: 3s");
+  const auto read_ease = [&to](const std::string& ease) { to.smooth = ease == "smooth"; };
+  command
+      ->add_option_function<std::string>("--ease", read_ease,
+                                         "smooth starts and ends gently; default: linear")
       ->check(CLI::IsMember({"linear", "smooth"}))
       ->option_text("linear|smooth");
-import->add_option("--frame-rate", to.frame_rate, "of the CSV's frames; default: 30")
-    ->check(CLI::PositiveNumber)
-    ->option_text("RATE");
-  import->callback([&to] { cli::RunImportPath(to);
-  });
-  }
+  command->add_option("--frame-rate", to.frame_rate, "of the CSV's frames; default: 30")
+      ->check(CLI::PositiveNumber)
+      ->option_text("RATE");
+  command->callback([&to] { cli::RunImportPath(to); });
+}
 
-  void AddEffect(CLI::App& command, cli::AboutArguments& to) {
-    command.add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's")
-        ->option_text("FILE");
-  }
+void AddEffect(CLI::App& command, cli::AboutArguments& to) {
+  command.add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's")
+      ->option_text("FILE");
+}
 
-  void AddAbout(CLI::App& app, cli::AboutArguments& to) {
-    CLI::App* about = app.add_subcommand("about", "Print the effect's about text");
-    about->callback([&to] { cli::RunAbout(to); });
-    CLI::App* controls = app.add_subcommand("controls", "List the effect's controls");
-    controls->add_option("SCENE", to.scene, "a scene whose settings grey controls")
-        ->option_text(" ");
-    controls->add_flag("--json", to.json, "as one JSON object");
-    controls->callback([&to] { cli::RunControls(to); });
-    CLI::App* check = app.add_subcommand("check", "Judge a scene without rendering it");
-    check->add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
-    check->callback([&to] { cli::RunCheck(to); });
-    CLI::App* schema = app.add_subcommand("schema", "Print a JSON Schema of scenes");
-    schema->callback([&to] { cli::RunSchema(to); });
-    for (CLI::App* command : {about, controls, check, schema}) AddEffect(*command, to);
-  }
+void AddAbout(CLI::App& app, cli::AboutArguments& to) {
+  CLI::App* about = app.add_subcommand("about", "Print the effect's about text");
+  about->callback([&to] { cli::RunAbout(to); });
+  CLI::App* controls = app.add_subcommand("controls", "List the effect's controls");
+  controls->add_option("SCENE", to.scene, "a scene whose settings grey controls")->option_text(" ");
+  controls->add_flag("--json", to.json, "as one JSON object");
+  controls->callback([&to] { cli::RunControls(to); });
+  CLI::App* check = app.add_subcommand("check", "Judge a scene without rendering it");
+  check->add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
+  check->callback([&to] { cli::RunCheck(to); });
+  CLI::App* schema = app.add_subcommand("schema", "Print a JSON Schema of scenes");
+  schema->callback([&to] { cli::RunSchema(to); });
+  for (CLI::App* command : {about, controls, check, schema}) AddEffect(*command, to);
+}
 
-  int Fail(std::string message, int code) {
-    std::replace(message.begin(), message.end(), '\n', ' ');
-    fmt::print(stderr, "vorlin: error: {}\n", message);
-    return code;
-  }
+int Fail(std::string message, int code) {
+  std::replace(message.begin(), message.end(), '\n', ' ');
+  fmt::print(stderr, "vorlin: error: {}\n", message);
+  return code;
+}
 
-  int Fail(const std::exception& error, ExitCode code) {
-    return Fail(error.what(), static_cast<int>(code));
-  }
+int Fail(const std::exception& error, ExitCode code) {
+  return Fail(error.what(), static_cast<int>(code));
+}
 
-  /// The argument library only says that a command is missing; a slip of the fingers deserves more.
-  void CheckCommand(const CLI::App& app, int argc, char** argv) {
-    const std::string_view word = argc > 1 ? argv[1] : "";
-    if (word.starts_with('-')) return;
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-    if (std::find(names.begin(), names.end(), word) != names.end()) return;
-    const std::string what =
-        word.empty() ? "a command is missing" : fmt::format("there is no command \"{}\"", word);
-    const std::string hint = cli::DidYouMean(word, names);
-    throw cli::InputError(what + (hint.empty() ? "; see vorlin --help" : hint));
-  }
+/// The argument library only says that a command is missing; a slip of the fingers deserves more.
+void CheckCommand(const CLI::App& app, int argc, char** argv) {
+  const std::string_view word = argc > 1 ? argv[1] : "";
+  if (word.starts_with('-')) return;
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  if (std::find(names.begin(), names.end(), word) != names.end()) return;
+  const std::string what =
+      word.empty() ? "a command is missing" : fmt::format("there is no command \"{}\"", word);
+  const std::string hint = cli::DidYouMean(word, names);
+  throw cli::InputError(what + (hint.empty() ? "; see vorlin --help" : hint));
+}
 
-  }  // namespace
-
-  int main(int argc, char** argv) {
-    CLI::App app("Draws liquid strokes into pictures.", "vorlin");
-    app.require_subcommand(1);
-    cli::RenderArguments render;
-    cli::SheetArguments sheet;
-    cli::AboutArguments about;
-    cli::PathImport path;
-    cli::AddRender(app, render);
-    AddSheet(app, sheet);
-    AddAbout(app, about);
-    AddImportPath(app, path);
-    try {
-      CheckCommand(app, argc, argv);
-      app.parse(argc, argv);
-      return 0;
-    } catch (const CLI::Success& help) {
-      return app.exit(help);
-    } catch (const CLI::ParseError& error) {
-      return Fail(error, ExitCode::kWrongInput);
-    } catch (const cli::Interrupted& interrupted) {
-      return 128 + interrupted.signal;
-    } catch (const cli::Error& error) {
-      return Fail(error, error.code());
-    } catch (const hosting::Error& error) {
-      return Fail(error, ExitCode::kEffect);
-    } catch (const std::bad_alloc&) {
-      return Fail("there is not enough memory", static_cast<int>(ExitCode::kFile));
-    } catch (const std::exception& error) {
-      return Fail(error, ExitCode::kFile);
-    }
+/// The exit code; everything that goes wrong has been said.
+int Run(int argc, char** argv) {
+  CLI::App app("Draws liquid strokes into pictures.", "vorlin");
+  app.require_subcommand(1);
+  cli::RenderArguments render;
+  cli::SheetArguments sheet;
+  cli::AboutArguments about;
+  cli::PathImport path;
+  cli::AddRender(app, render);
+  AddSheet(app, sheet);
+  AddAbout(app, about);
+  AddImportPath(app, path);
+  try {
+    CheckCommand(app, argc, argv);
+    app.parse(argc, argv);
+    return 0;
+  } catch (const CLI::Success& help) {
+    return app.exit(help);
+  } catch (const CLI::ParseError& error) {
+    return Fail(error, ExitCode::kWrongInput);
+  } catch (const cli::Interrupted& interrupted) {
+    return 128 + interrupted.signal;
+  } catch (const cli::Error& error) {
+    return Fail(error, error.code());
+  } catch (const hosting::Error& error) {
+    return Fail(error, ExitCode::kEffect);
+  } catch (const std::bad_alloc&) {
+    return Fail("there is not enough memory", static_cast<int>(ExitCode::kFile));
+  } catch (const std::exception& error) {
+    return Fail(error, ExitCode::kFile);
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (...) {  // not even the message could be written
+    return static_cast<int>(ExitCode::kFile);
+  }
+}

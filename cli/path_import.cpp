@@ -18,8 +18,8 @@ using hosting::Point;
 
 Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
 
-std::vector<Key<Point>> FromCsv(const PathImport& import) {
-  std::istringstream text(ReadTextFile(import.file));
+std::vector<Key<Point>> FromCsv(const PathImport& wanted) {
+  std::istringstream text(ReadTextFile(wanted.file));
   std::vector<Key<Point>> keys;
   std::string line;
   for (int number = 1; std::getline(text, line); ++number) {
@@ -28,22 +28,22 @@ std::vector<Key<Point>> FromCsv(const PathImport& import) {
     if (std::sscanf(line.c_str(), " %lf , %lf , %lf", &frame, &key.value.x, &key.value.y) != 3) {
       const bool blank = line.find_first_not_of(" \t\r") == line.npos;
       if (blank || number == 1) continue;  // the first row may be a heading
-      throw InputError(fmt::format("{}:{}: expected frame,x,y", import.file.string(), number));
+      throw InputError(fmt::format("{}:{}: expected frame,x,y", wanted.file.string(), number));
     }
-    key.seconds = frame / import.frame_rate;
+    key.seconds = frame / wanted.frame_rate;
     if (!keys.empty() && !(keys.back().seconds < key.seconds)) {
-      throw InputError(fmt::format("{}:{}: frames must rise", import.file.string(), number));
+      throw InputError(fmt::format("{}:{}: frames must rise", wanted.file.string(), number));
     }
     keys.push_back(key);
   }
   if (keys.empty()) {
-    throw InputError(fmt::format("{}: there is no row frame,x,y", import.file.string()));
+    throw InputError(fmt::format("{}: there is no row frame,x,y", wanted.file.string()));
   }
   return keys;
 }
 
-std::vector<Key<Point>> FromSvg(const PathImport& import) {
-  const std::vector<Curve> curves = ParseSvgPath(FindSvgPath(ReadTextFile(import.file), import.id));
+std::vector<Key<Point>> FromSvg(const PathImport& wanted) {
+  const std::vector<Curve> curves = ParseSvgPath(FindSvgPath(ReadTextFile(wanted.file), wanted.id));
   if (curves.empty()) throw InputError("the SVG's path has no length");
   std::vector<double> lengths{0};  // from the start to the end of each curve
   for (const Curve& c : curves) {
@@ -53,12 +53,12 @@ std::vector<Key<Point>> FromSvg(const PathImport& import) {
   std::vector<Key<Point>> keys(curves.size() + 1);
   for (std::size_t i = 0; i < keys.size(); ++i) {
     const double part = lengths[i] / lengths.back();
-    keys[i].seconds = import.from + (import.to - import.from) * part;
+    keys[i].seconds = wanted.from + (wanted.to - wanted.from) * part;
     keys[i].value = i == 0 ? curves[0][0] : curves[i - 1][3];
     if (i > 0) keys[i].in_tangent = curves[i - 1][2] - curves[i - 1][3];
     if (i < curves.size()) keys[i].out_tangent = curves[i][1] - curves[i][0];
   }
-  if (import.smooth) {
+  if (wanted.smooth) {
     keys.front().out = hosting::kSmooth;
     keys.back().in = hosting::kSmooth;
   }
@@ -67,18 +67,18 @@ std::vector<Key<Point>> FromSvg(const PathImport& import) {
 
 }  // namespace
 
-std::vector<Key<Point>> ImportPath(const PathImport& import) {
-  if (!(import.from < import.to)) {
+std::vector<Key<Point>> ImportPath(const PathImport& wanted) {
+  if (!(wanted.from < wanted.to)) {
     throw InputError(
-        fmt::format("--to ({} s) must come after --from ({} s)", import.to, import.from));
+        fmt::format("--to ({} s) must come after --from ({} s)", wanted.to, wanted.from));
   }
-  if (import.file.extension() == ".svg") return FromSvg(import);
-  if (import.file.extension() == ".csv") return FromCsv(import);
-  throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", import.file.string()));
+  if (wanted.file.extension() == ".svg") return FromSvg(wanted);
+  if (wanted.file.extension() == ".csv") return FromCsv(wanted);
+  throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
 }
 
-void RunImportPath(const PathImport& import) {
-  const std::vector<Key<Point>> keys = ImportPath(import);
+void RunImportPath(const PathImport& wanted) {
+  const std::vector<Key<Point>> keys = ImportPath(wanted);
   const auto round = [](double v) { return fmt::format("{:.6g}", v); };
   const auto pair = [&](double a, double b) { return fmt::format("[{}, {}]", round(a), round(b)); };
   fmt::print("\"Brush Position\": {{\n  \"keys\": [\n");
