@@ -23,9 +23,9 @@ struct PathImport {
   double frame_rate = 30;
 };
 
-std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& import);
+std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted);
 
 /// Prints the keys as a scene's "Brush Position" on standard output.
-void RunImportPath(const PathImport& import);
+void RunImportPath(const PathImport& wanted);
 
 }  // namespace cli
