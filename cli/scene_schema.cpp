@@ -114,7 +114,7 @@ Json::Value Controls(const std::vector<ControlInfo>& controls) {
   return out;
 }
 
-Json::Value Light(LightKeys light) {
+Json::Value Light(const LightKeys& light) {
   Json::Value out = Object({{"type", Texts({light.type})}}, {"type"});
   const Members all = {{"name", Type("string")},
                        {"in", Type("number")},
