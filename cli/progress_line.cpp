@@ -1,7 +1,9 @@
 #include "progress_line.h"
 
 #include <fmt/format.h>
+
 #include <unistd.h>
+#include <cmath>
 
 #include <algorithm>
 #include <cstdio>
@@ -63,7 +65,7 @@ std::string ProgressLine::Remaining(double done) const {
   const double elapsed = Seconds(Clock::now() - start_);
   if (done >= frames_) return fmt::format("{:.1f} s", elapsed);
   if (done <= 0) return "starting";
-  const auto left = static_cast<int>(elapsed / done * (frames_ - done) + 0.5);
+  const long left = std::lround(elapsed / done * (frames_ - done));
   return fmt::format("{}:{:02} left", left / 60, left % 60);
 }
 
