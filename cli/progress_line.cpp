@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace cli {
