@@ -71,19 +71,6 @@ std::array<double, 4> Channels(const Pixel& p) {
 }
 using Four = std::array<double, 4>;
 
-TEST(Blob, FlatInteriorSamplesStraightUnderThePixel) {
-  Frame<PF_PixelFloat> frame(std::vector<float>(6, 0.5f));
-  frame.info.originX = 20;
-  frame.info.originY = 30;
-  for (const bool high : {false, true}) {
-    frame.info.highQuality = high;
-    g_samples.clear();
-    EXPECT_EQ(Channels(frame.Draw(2, 1)), (Four{1, 0.5, 0.25, 1}));
-    EXPECT_EQ(frame.err, 0);
-    EXPECT_EQ(g_samples, (std::vector<Sampled>{{22 * 65536, 31 * 65536, 32768, 32768, 65536}}));
-  }
-}
-
 TEST(Blob, PixelsOutsideAreLeftAlone) {
   const float e = -1e-30f;
   Frame<PF_Pixel> frame({e, e, 1, e, e, e});
@@ -94,44 +81,6 @@ TEST(Blob, PixelsOutsideAreLeftAlone) {
     EXPECT_EQ(frame.err, 0);
   }
   EXPECT_TRUE(g_samples.empty());
-}
-
-TEST(Blob, EdgeSoftensAlphaByTheCoveredFraction) {
-  // Neighbours in the order: left, up, itself.
-  const struct {
-    float left, up, self;
-    double most, least;
-  } cases[]{
-      {1, -0.25f, -0.25f, 1, -0.25},
-      {-0.25f, 0.5f, -0.25f, 0.5, -0.25},
-      {-0.25f, 0, 0.75f, 0.75, -0.25},
-      {0, -0.25f, -0.125f, 0, -0.25},
-      {0, 0, 0, 1, 0},              // inside
-      {0.5f, 0.25f, 0.125f, 1, 0},  // inside
-  };
-  for (const auto& c : cases) {
-    const double inside = c.least == 0 ? 1 : c.most / (c.most - c.least + 1e-5);
-    const std::vector<float> field{9, c.up, 9, c.left, c.self, 9};
-    Frame<PF_PixelFloat> f32(field);
-    g_color.alpha = 0.75f;
-    EXPECT_EQ(f32.Draw(1, 1).alpha,
-              c.least == 0 ? 0.75f : static_cast<float>(0.75 * c.most / (c.most - c.least + 1e-5)));
-    EXPECT_NE(f32.Draw(1, 1).red, 7) << "colour is written even where alpha is 0";
-    Frame<PF_Pixel> f8(field);
-    EXPECT_EQ(f8.Draw(1, 1).alpha, static_cast<int>(255 * inside));
-    Frame<PF_Pixel16> f16(field);
-    EXPECT_EQ(f16.Draw(1, 1).alpha, static_cast<int>(32768 * inside));
-  }
-}
-
-TEST(Blob, BordersUseThePixelItselfAsNeighbour) {
-  Frame<PF_PixelFloat> corner({0.5f, -9, -9, -9, -9, -9});
-  EXPECT_EQ(corner.Draw(0, 0).alpha, 1);
-  EXPECT_EQ(g_samples.back(), (Sampled{0, 0, 32768, 32768, 65536}));
-  Frame<PF_PixelFloat> top({1, 0.5f, 9, 9, 9, 9});
-  top.Draw(1, 0);
-  EXPECT_GT(g_samples.back().x, 65536) << "downhill to the right";
-  EXPECT_EQ(g_samples.back().y, 0);
 }
 
 /// Where the sample of a pixel with a steep slope lands: the reflection moves it by almost offset.
@@ -157,28 +106,6 @@ TEST(Blob, ReflectionIsMirroredAtTheBorders) {
     EXPECT_NEAR(low[0].x / 65536.0, c.at, 2e-3) << c.origin << ' ' << c.offset;
     EXPECT_EQ(low[0].x_radius, 32768);
     EXPECT_EQ(low[0].area, 65536);
-  }
-}
-
-TEST(Blob, BlurGrowsWithTheReflectionUpTo64Units) {
-  const struct {
-    double offset, radius, at;
-  } cases[]{{20, 5, 70},  // of 90 left to fold in, beginning at 5: u = 70 -> 5 + 70
-            {-20, 5, 30},
-            {100, 25, 75}};
-  for (const auto& c : cases) {
-    const std::vector<Sampled> high = Moved(50, c.offset, true);
-    ASSERT_EQ(high.size(), 1u);
-    // Folded: k = trunc(u / (100 - 2r)), the rest from r on, mirrored when k is odd.
-    const double u = 50 + c.offset, range = 100 - 2 * c.radius;
-    double rest = std::fmod(std::fmod(u, range) + range, range) + c.radius;
-    if (std::fmod(std::floor(u / range), 2) != 0) rest = 100 - rest;
-    EXPECT_NEAR(high[0].x / 65536.0, rest, 2e-3) << c.offset;
-    EXPECT_NEAR(high[0].x_radius, c.radius * 65536 + 32768, 40);
-    EXPECT_EQ(high[0].y_radius, 32768);
-    EXPECT_EQ(high[0].area, 4 * FixMul(high[0].x_radius, 32768));
-    EXPECT_GE(high[0].x - high[0].x_radius, -32768) << "the box stays on the layer";
-    EXPECT_LE(high[0].x + high[0].x_radius, 100 * 65536 + 32768);
   }
 }
 

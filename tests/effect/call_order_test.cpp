@@ -7,7 +7,6 @@
 
 namespace {
 
-using fake::Host;
 using fake::Log;
 using hosting::Depth;
 
@@ -142,42 +141,6 @@ std::string Difference(const Log& got, const Log& want) {
     if (g != w) return "call " + std::to_string(i) + ": " + g + ", expected " + w;
   }
   return "";
-}
-
-TEST(CallOrder, OfAFrameWithTheFakeHost) {
-  const std::set<std::string> whole{"checkout_layer_pixels",
-                                    "checkout_output",
-                                    "AcquireSuite",
-                                    "ReleaseSuite",
-                                    "fill",
-                                    "new_world",
-                                    "checkout_param",
-                                    "checkin_param",
-                                    "progress",
-                                    "iterate",
-                                    "iterate16",
-                                    "iterate_float",
-                                    "PF_GetFloatingPointColorFromColorDef",
-                                    "AEGP_ConvertEffectToCompTime",
-                                    "AEGP_GetCompLayerByIndex"};
-  for (const Case& c : Cases()) {
-    Host host;
-    host.Allocate(host.input, 96, 54, static_cast<int>(c.depth) / 2);
-    host.Allocate(host.output, 96, 54, static_cast<int>(c.depth) / 2);
-    host.in.current_time = kTime;
-    host.SetSlider(4, 0.09);
-    host.SetPopup(8, c.wobbly ? 2 : 1);
-    host.SetPopup(14, c.composition_light ? 2 : 1);
-    host.animate = [](PF_ParamDef& p, int index, A_long time) {
-      if (index == 1) p.u.td.x_value = Host::Fixed(time * 40.0 / kStep);
-    };
-    host.layers.resize(2);
-    host.layers[0].light = AEGP_LightType_AMBIENT;
-    host.layers[1].object = AEGP_ObjectType_AV;
-    host.effect_layer = 1;
-    EXPECT_EQ(c.smart ? host.RenderSmart() : host.RenderClassic(), 0);
-    EXPECT_EQ(Difference(Shortened(host.log, whole), Walk(c).log()), "");
-  }
 }
 
 /// A call as the fake host would log it, as far as both report the same.

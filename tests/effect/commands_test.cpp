@@ -185,16 +185,6 @@ TEST(SmartRender, DrawsNothingWithoutWorlds) {
   }
 }
 
-TEST(SmartRender, ReturnsRefusedCheckOuts) {
-  Frame host;
-  host.answer = FailNth("checkout_layer_pixels", 61);
-  EXPECT_EQ(host.RenderSmart(), 61);
-  EXPECT_EQ(host.log.size(), 1u);
-  host.answer = FailNth("checkout_output", 62);
-  EXPECT_EQ(host.RenderSmart(), 62);
-  EXPECT_TRUE(host.Poisoned());
-}
-
 TEST(SmartRender, EmptyRequestClearsTheOutput) {
   for (const PF_LRect empty : {PF_LRect{0, 0, 0, 5}, {3, 0, 2, 5}, {0, 5, 5, 5}, {0, 0, 0, 0}}) {
     Frame host;
@@ -234,32 +224,6 @@ TEST(Render, DegenerateTimingClearsTheOutput) {
 }
 
 // The fence.
-
-template <class Exception>
-void ExpectCode(Exception thrown, PF_Err code) {
-  // Thrown first from the progress report, with a scratch world made; then by a release as well.
-  for (const bool releases_throw : {false, true}) {
-    Frame host;
-    host.answer = [&](const std::string& line) -> PF_Err {
-      if (line.starts_with("progress")) throw thrown;
-      if (releases_throw && line.starts_with("ReleaseSuite PF World Suite 1")) throw 12;
-      return PF_Err_NONE;
-    };
-    const std::size_t worlds = host.memory.size();
-    EXPECT_EQ(host.RenderSmart(), code);
-    EXPECT_EQ(host.memory.size(), worlds);
-    EXPECT_EQ(host.log.back(), "ReleaseSuite PF World Suite 1");
-  }
-}
-
-TEST(Fence, TurnsExceptionsIntoCodes) {
-  ExpectCode(std::bad_alloc(), 4);
-  ExpectCode(std::bad_array_new_length(), 4);
-  ExpectCode(4711, 4711);
-  ExpectCode(std::runtime_error("?"), 516);
-  ExpectCode("text", 516);
-  ExpectCode(0x100000000L, 516);
-}
 
 TEST(Fence, HoldsForEveryCommand) {
   for (const PF_Cmd cmd : {PF_Cmd_PARAMS_SETUP, PF_Cmd_UPDATE_PARAMS_UI, PF_Cmd_USER_CHANGED_PARAM,

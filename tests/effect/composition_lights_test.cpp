@@ -43,54 +43,6 @@ struct Read {
   bool found;
 };
 
-TEST(CompositionLights, AreAskedForInOrder) {
-  Host host;
-  Layer off = Of(AEGP_LightType_POINT), null = off, odd = off;
-  off.active = false;
-  null.null = true;
-  odd.light = 4;
-  const Read read(host, {Of(AEGP_LightType_SPOT), off, null, odd, Picture(),
-                         Of(AEGP_LightType_AMBIENT), Of(AEGP_LightType_PARALLEL)});
-  EXPECT_TRUE(read.found);
-  Log expected{"AcquireSuite AEGP PF Interface Suite 1",
-               "AEGP_ConvertEffectToCompTime 50 100",
-               "AEGP_GetEffectLayer",
-               "AcquireSuite AEGP Layer Suite 5",
-               "AEGP_GetLayerParentComp 7",
-               "AEGP_GetCompNumLayers"};
-  const auto query = [&](int i, int steps, const std::vector<int>& streams) {
-    const std::string n = ' ' + std::to_string(i);
-    const std::string by_step[]{"AEGP_GetCompLayerByIndex" + n,
-                                "AEGP_IsVideoActive" + n + " 1 57 100",
-                                "AEGP_GetLayerObjectType" + n, "AEGP_GetLightType" + n,
-                                "AEGP_GetLayerToWorldXformFromView" + n + " 57 57"};
-    expected.insert(expected.end(), by_step, by_step + steps);
-    for (const int stream : streams) {
-      expected.push_back("AEGP_GetLayerStreamValue" + n + ' ' + std::to_string(stream) + " 1 57 0");
-    }
-  };
-  query(0, 5, {16, 17, 18, 19});
-  query(1, 2, {});
-  query(2, 1, {});
-  query(3, 4, {});
-  query(4, 3, {});
-  query(5, 5, {16, 17});
-  query(6, 5, {16, 17});
-  query(7, 3, {});
-  const auto at = [&](const char* line) {
-    return std::find(expected.begin(), expected.end(), line);
-  };
-  expected.insert(at("AEGP_GetLightType 0"), "AcquireSuite AEGP Light Suite 1");
-  expected.insert(at("AEGP_GetLayerStreamValue 0 16 1 57 0"), "AcquireSuite AEGP Stream Suite 4");
-  for (const char* released : {"AEGP Stream Suite 4", "AEGP PF Interface Suite 1",
-                               "AEGP Light Suite 1", "AEGP Layer Suite 5"}) {
-    expected.push_back(std::string("ReleaseSuite ") + released);
-  }
-  EXPECT_EQ(host.log, expected);
-  EXPECT_EQ(read.model.numLights, 2);
-  EXPECT_TRUE(read.model.hasAmbient);
-}
-
 TEST(CompositionLights, BecomeModelLights) {
   Host host;
   const struct {
@@ -137,38 +89,6 @@ TEST(CompositionLights, SpotsHaveACone) {
     const Read read(host, {spot});
     EXPECT_EQ(read.model.lights[0].coneOuterCos, c.outer) << c.angle << ' ' << c.feather;
     EXPECT_EQ(read.model.lights[0].coneInnerCos, c.inner) << c.angle << ' ' << c.feather;
-  }
-}
-
-TEST(CompositionLights, AmbientLayersOnlyAddAmbientLight) {
-  Host host;
-  Layer ambient = Of(AEGP_LightType_AMBIENT);
-  ambient.intensity = 50;
-  ambient.color = {1, 0.5, 0};
-  const Read read(host, {ambient, ambient});
-  EXPECT_TRUE(read.found);
-  EXPECT_EQ(read.model.numOffered, 0);
-  EXPECT_EQ(Rgb(read.model.ambientLight), (Three{0.8, 0.4, 0}));
-}
-
-TEST(CompositionLights, BlackLightsCountAndTheFirstNineteenAreKept) {
-  Host host;
-  Layer dark = Of(AEGP_LightType_POINT);
-  dark.intensity = 0;
-  const Read black(host, {dark});
-  EXPECT_TRUE(black.found);
-  EXPECT_EQ(black.model.numLights, 0);
-
-  std::vector<Layer> lights(25);
-  for (std::size_t i = 0; i < lights.size(); ++i) {
-    lights[i].intensity = 100 * static_cast<double>(i + 1);
-  }
-  const Read many(host, lights);
-  EXPECT_TRUE(many.found);
-  EXPECT_EQ(many.model.numOffered, 25);
-  ASSERT_EQ(many.model.numLights, 19);
-  for (std::size_t i = 0; i < 19; ++i) {
-    EXPECT_EQ(many.model.lights[i].specularColor.red, static_cast<double>(i + 1));
   }
 }
 
@@ -231,89 +151,6 @@ TEST(CompositionLights, EveryHostFailureEndsTheSearch) {
   }
 }
 
-TEST(CompositionLights, MissingSuitesThrow) {
-  for (const auto& suite : std::vector<std::pair<std::string, int>>{{kAEGPPFInterfaceSuite, 1},
-                                                                    {kAEGPLayerSuite, 5},
-                                                                    {kAEGPLightSuite, 1},
-                                                                    {kAEGPStreamSuite, 4}}) {
-    Host host;
-    host.missing = {suite};
-    EXPECT_THROW(Read(host, {Of(AEGP_LightType_POINT)}), int) << suite.first;
-    EXPECT_EQ(host.Lines({"AcquireSuite"}).size(), host.Lines({"ReleaseSuite"}).size() + 1);
-  }
-}
-
 // The effect's own light.
-
-vorlin::LightShade Own(Host& host, double scale = 1) {
-  host.in.downsample_x = host.in.downsample_y = {1, static_cast<A_u_long>(scale)};
-  vorlin::Fxenv env(&host.in, &host.out, nullptr, nullptr);
-  vorlin::LightShade model = *vorlin::NewLightShade(&host.in);
-  model.SetOffset(-40, 0);
-  const vorlin::FX_PARc scales(&host.in);
-  vorlin::AddEffectLight<PF_Pixel>(env, model, scales, 640, 480);
-  return model;
-}
-
-TEST(EffectLight, DefaultsGiveTheStatedModel) {
-  Host host;
-  const vorlin::LightShade model = Own(host);
-  EXPECT_EQ(model.ambientShading, 1);
-  EXPECT_EQ(model.diffuseShading, 0.25);
-  EXPECT_EQ(model.specularShading, 1);
-  EXPECT_EQ(model.dustShading, 0);
-  EXPECT_EQ(model.metallicity, 1);
-  EXPECT_EQ(model.smoothness, 1.0 / 0.024993896484375);
-  EXPECT_EQ(Rgb(model.ambientLight), (Three{1, 1, 1}));
-  EXPECT_EQ(model.ambientLight.alpha, 0);
-  ASSERT_EQ(model.numLights, 1);
-  const vorlin::LightSource& light = model.lights[0];
-  EXPECT_EQ(light.type, vorlin::LightTypeDistant);
-  EXPECT_NEAR(light.direction.x, -0.3352, 5e-5);
-  EXPECT_NEAR(light.direction.y, -0.3352, 5e-5);
-  EXPECT_NEAR(light.direction.z, 0.8805, 5e-5);
-  EXPECT_NEAR(light.diffuseColor.red, 0.25, 1e-15);
-  EXPECT_EQ(light.coneOuterCos, 0);
-  EXPECT_EQ(host.Lines({"checkout_param"}),
-            (Log{"checkout_param 23 0 1024 30720", "checkout_param 24 0 1024 30720",
-                 "checkout_param 25 0 1024 30720", "checkout_param 26 0 1024 30720",
-                 "checkout_param 27 0 1024 30720", "checkout_param 17 0 1024 30720",
-                 "checkout_param 18 0 1024 30720", "checkout_param 20 0 1024 30720",
-                 "checkout_param 19 0 1024 30720", "checkout_param 15 0 1024 30720",
-                 "checkout_param 16 0 1024 30720"}));
-}
-
-TEST(EffectLight, ControlsPlaceIt) {
-  const struct {
-    double height, angle;
-    Three direction;
-  } cases[]{{0, 90, {1, 0, 0}},
-            {0, 0, {0, -1, 0}},
-            {100, 33, {0, 0, 1}},
-            {-100, 33, {0, 0, -1}},
-            {50, 90, {std::sqrt(0.5), 0, std::sqrt(0.5)}},
-            {-50, -90, {-std::sqrt(0.5), 0, -std::sqrt(0.5)}}};
-  for (const auto& c : cases) {
-    Host host;
-    host.SetSlider(18, c.height);
-    host.Param(20).u.ad.value = Host::Fixed(c.angle);
-    const Three got = Xyz(Own(host).lights[0].direction);
-    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(got[i], c.direction[i], 1e-15) << c.angle;
-  }
-  for (const int type : {1, 2, 0, 3}) {
-    Host host;
-    host.SetPopup(17, type);
-    host.SetSlider(18, 50);
-    host.SetPoint(19, 100, 50);
-    const vorlin::LightShade model = Own(host, 2);
-    EXPECT_EQ(model.lights[0].type, type == 2 ? 2 : 1);
-    EXPECT_EQ(Xyz(model.lights[0].position), (Three{160, 100, 280}));
-  }
-  Host host;
-  host.SetSlider(15, 0);
-  const vorlin::LightShade dark = Own(host);
-  EXPECT_EQ(dark.numLights, 0);
-  EXPECT_EQ(dark.numOffered, 1);
-}
 
 }  // namespace

@@ -157,28 +157,6 @@ TEST(Controls, AddingStopsAtTheFirstRefusal) {
   }
 }
 
-TEST(ReadOut, ChecksOutAtTheTimeReadsAndChecksIn) {
-  Host host;
-  host.Param(20).u.ad.value = static_cast<PF_Fixed>(0xFFD30000u);
-  host.Param(1).u.td = {-98304, 163841, 0, 0, 0};
-  host.SetPopup(8, 2);
-  host.Param(16).u.cd.value = {3, 10, 20, 30};
-  PF_InData* const in = &host.in;
-  EXPECT_EQ(vorlin::Get_Fix_Slider(in, 26, -5, 1001, 4000000000u), 0.024993896484375);
-  EXPECT_EQ(vorlin::Get_Angle(in, 20, 7, -8, 9), -45.0);
-  const vorlin::FX_Point p = vorlin::Get_Point(in, 1, 1, 2, 3);
-  EXPECT_EQ(p.x, -1.5);
-  EXPECT_EQ(p.y, 2.5000152587890625);
-  EXPECT_EQ(vorlin::Get_PopUp(in, 8, 1, 2, 3), 2);
-  const PF_Pixel c = vorlin::Get_Color(in, 16, 1, 2, 3);
-  EXPECT_EQ((std::array<int, 4>{c.alpha, c.red, c.green, c.blue}),
-            (std::array<int, 4>{255, 10, 20, 30}));
-  EXPECT_EQ(host.log, (Log{"checkout_param 26 -5 1001 4000000000", "checkin_param 26",
-                           "checkout_param 20 7 -8 9", "checkin_param 20", "checkout_param 1 1 2 3",
-                           "checkin_param 1", "checkout_param 8 1 2 3", "checkin_param 8",
-                           "checkout_param 16 1 2 3", "checkin_param 16"}));
-}
-
 TEST(ReadOut, GivesTheDefaultWhenTheHostRefuses) {
   Host host;
   host.answer = [](const std::string& line) { return line.starts_with("checkout") ? 9 : 0; };
@@ -264,12 +242,6 @@ TEST(Supervision, CollapsesOnlyTypesWithATwirlDown) {
     EXPECT_EQ(host.updates.back().second.flags, 0x60) << "stays collapsed";
     EXPECT_EQ(host.updates.back().second.ui_flags, 1);
   }
-}
-
-TEST(Supervision, MissingSuiteIs516) {
-  Host host;
-  host.missing = {{"PF Param Utils Suite", 1}};
-  EXPECT_EQ(host.Run(PF_Cmd_UPDATE_PARAMS_UI), 516);
 }
 
 // The colour control in the render's precision.

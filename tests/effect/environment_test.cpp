@@ -1,6 +1,7 @@
 // The suite cache, the environment of a command, and the scratch world.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <stdexcept>
 
 #include "fake_host.h"
@@ -18,91 +19,42 @@ using vorlin::FX_NewWorld;
 using vorlin::Fxenv;
 using vorlin::SuiteId;
 
-/// Names with their versions, in the order in which they are released.
-const std::vector<std::pair<std::string, std::vector<int>>> kReleaseOrder{
-    {"AEGP Marker Suite", {1}},
-    {"AEGP Layer Suite", {8, 10}},
-    {"AEGP Stream Suite", {8, 7, 4}},
-    {"AEGP Dynamic Stream Suite", {2, 3}},
-    {"AEGP Keyframe Suite", {4, 3, 1}},
-    {"AEGP Comp Suite", {9, 11, 14}},
-    {"AEGP Proj Suite", {2, 5}},
-    {"AEGP Canvas Suite", {10, 11}},
-    {"AEGP Camera Suite", {2}},
-    {"AEGP Register Suite", {2}},
-    {"AEGP Item Suite", {11, 10, 7, 3}},
-    {"AEGP PF Interface Suite", {1}},
-    {"PF Path Query Suite", {1}},
-    {"AEGP Memory Suite", {1}},
-    {"PF Path Data Suite", {1}},
-    {"PF Param Utils Suite", {1}},
-    {"PF AE App Suite", {2, 5}},
-    {"PF AE Adv App Suite", {2}},
-    {"AEGP Light Suite", {1, 2}},
-    {"AEGP Effect Suite", {1, 2, 3}},
-    {"AEGP Layer Mask Suite", {5}},
-    {"AEGP Mask Outline Suite", {3}},
-    {"AEGP Footage Suite", {7}},
-    {"AEGP Command Suite", {1}},
-    {"AEGP Utility Suite", {7}},
-    {"AEGP Render Suite", {1, 2}},
-    {"PF ANSI Suite", {1}},
-    {"PF Handle Suite", {1}},
-    {"PF Fill Matte Suite", {1}},
-    {"PF World Transform Suite", {1}},
-    {"AEGP QueryXform Suite", {4}},
-    {"AEGP Composite Suite", {2}},
-    {"PF World Suite", {1}},
-    {"AEGP IO In Suite", {1}},
-    {"AEGP IO Out Suite", {1, 6}},
-    {"AEGP Persistent Data Suite", {1}},
-    {"AEGP Render Queue Suite", {1}},
-    {"AEGP Render Queue Item Suite", {3}},
-    {"AEGP Output Module Suite", {1, 2}},
-    {"AEGP File Import Manager Suite", {2}},
-    {"PF Sampling8 Suite", {1}},
-    {"PF Sampling16 Suite", {1}},
-    {"PF Iterate8 Suite", {1}},
-    {"PF iterate16 Suite", {1}},
-    {"PF iterateFloat Suite", {1}},
-    {"AEGP Collection Suite", {2}},
-    {"AEGP Text Document Suite", {1}},
-    {"AEGP Sound Data Suite", {1}},
-    {"AEGP Text Layer Suite", {1}},
-    {"AEGP Artisan Util Suite", {1}},
-    {"AEGP World Suite", {2}},
-    {"AEGP Render Options Suite", {1}},
-    {"AEGP Tracker Suite", {1}},
-    {"AEGP Tracker Utility Suite", {1}},
-    {"AE Plugin Helper Suite2", {2}},
-    {"AEGP Layer Suite", {11}},
-    {"PF AE Adv Item Suite", {1}},
-    {"AEGP Layer Suite", {5}},
-    {"AEGP Layer Mask Suite", {2}},
-    {"AEGP Comp Suite", {4}},
-    {"AEGP Collection Suite", {1}},
-    {"AEGP Register Suite", {1}},
-    {"AEGP Mask Outline Suite", {2}},
-    {"PF AE Adv App Suite", {1}},
-    {"AEGP Utility Suite", {3}},
-    {"AEGP Render Options Suite", {2}},
-    {"AEGP Proj Suite", {7}},
-    {"AEGP Footage Suite", {10}},
-    {"AEGP Render Queue Item Suite", {4}},
-    {"AEGP Utility Suite", {10}},
-    {"PF Color Settings Suite", {3, 1}},
-    {"PF ColorParamSuite", {1}},
-    {"PF SamplingFloat Suite", {1}},
-    {"AEGP Utility Suite", {11}},
-    {"PF Effect UI Suite", {1}},
-    {"PF World Suite", {2}},
-    {"AEGP Keyframe Suite", {2}}};
+/// Suites with their versions, in the order in which they are released.
+const char* const kReleaseOrder =
+    "AEGP Marker Suite 1; AEGP Layer Suite 8,10; AEGP Stream Suite 8,7,4; "
+    "AEGP Dynamic Stream Suite 2,3; AEGP Keyframe Suite 4,3,1; AEGP Comp Suite 9,11,14; "
+    "AEGP Proj Suite 2,5; AEGP Canvas Suite 10,11; AEGP Camera Suite 2; AEGP Register Suite 2; "
+    "AEGP Item Suite 11,10,7,3; AEGP PF Interface Suite 1; PF Path Query Suite 1; "
+    "AEGP Memory Suite 1; PF Path Data Suite 1; PF Param Utils Suite 1; PF AE App Suite 2,5; "
+    "PF AE Adv App Suite 2; AEGP Light Suite 1,2; AEGP Effect Suite 1,2,3; "
+    "AEGP Layer Mask Suite 5; AEGP Mask Outline Suite 3; AEGP Footage Suite 7; "
+    "AEGP Command Suite 1; AEGP Utility Suite 7; AEGP Render Suite 1,2; PF ANSI Suite 1; "
+    "PF Handle Suite 1; PF Fill Matte Suite 1; PF World Transform Suite 1; "
+    "AEGP QueryXform Suite 4; AEGP Composite Suite 2; PF World Suite 1; AEGP IO In Suite 1; "
+    "AEGP IO Out Suite 1,6; AEGP Persistent Data Suite 1; AEGP Render Queue Suite 1; "
+    "AEGP Render Queue Item Suite 3; AEGP Output Module Suite 1,2; "
+    "AEGP File Import Manager Suite 2; PF Sampling8 Suite 1; PF Sampling16 Suite 1; "
+    "PF Iterate8 Suite 1; PF iterate16 Suite 1; PF iterateFloat Suite 1; "
+    "AEGP Collection Suite 2; AEGP Text Document Suite 1; AEGP Sound Data Suite 1; "
+    "AEGP Text Layer Suite 1; AEGP Artisan Util Suite 1; AEGP World Suite 2; "
+    "AEGP Render Options Suite 1; AEGP Tracker Suite 1; AEGP Tracker Utility Suite 1; "
+    "AE Plugin Helper Suite2 2; AEGP Layer Suite 11; PF AE Adv Item Suite 1; AEGP Layer Suite 5; "
+    "AEGP Layer Mask Suite 2; AEGP Comp Suite 4; AEGP Collection Suite 1; AEGP Register Suite 1; "
+    "AEGP Mask Outline Suite 2; PF AE Adv App Suite 1; AEGP Utility Suite 3; "
+    "AEGP Render Options Suite 2; AEGP Proj Suite 7; AEGP Footage Suite 10; "
+    "AEGP Render Queue Item Suite 4; AEGP Utility Suite 10; PF Color Settings Suite 3,1; "
+    "PF ColorParamSuite 1; PF SamplingFloat Suite 1; AEGP Utility Suite 11; "
+    "PF Effect UI Suite 1; PF World Suite 2; AEGP Keyframe Suite 2";
 
-Log Named(const char* call, const std::vector<std::pair<std::string, std::vector<int>>>& pairs) {
+/// The call with each suite and version of that list.
+Log Named(const std::string& call, const std::string& suites) {
   Log lines;
-  for (const auto& [name, versions] : pairs) {
-    for (const int version : versions) {
-      lines.push_back(std::string(call) + ' ' + name + ' ' + std::to_string(version));
+  std::istringstream list(suites);
+  for (std::string suite; std::getline(list >> std::ws, suite, ';');) {
+    const std::size_t space = suite.rfind(' ');
+    std::istringstream versions(suite.substr(space + 1));
+    for (std::string version; std::getline(versions, version, ',');) {
+      lines.push_back(call + ' ' + suite.substr(0, space + 1) + version);
     }
   }
   return lines;
@@ -131,23 +83,6 @@ TEST(SuiteHandler, ReleasesAllPairsInItsOwnOrderUnderTheirOwnNames) {
     EXPECT_EQ(Log(acquired.rbegin(), acquired.rend()), Named("AcquireSuite", kReleaseOrder));
   }
   EXPECT_EQ(host.Lines({"ReleaseSuite"}), Named("ReleaseSuite", kReleaseOrder));
-}
-
-TEST(SuiteHandler, ReleasesOnlyWhatItFilled) {
-  Host host;
-  {
-    AEGP_SuiteHandler suites(&host.basic);
-    suites.Use(vorlin::kWorldSuite2);
-    suites.Use(vorlin::kStreamSuite);
-    suites.Use(vorlin::kWorldSuite1);
-    suites.Use(vorlin::kWorldSuite1);
-    EXPECT_NE(suites.LoadSuite(vorlin::kSuitePairs[0].name, 1),
-              nullptr);  // the caller's to release
-  }
-  EXPECT_EQ(host.log, (Log{"AcquireSuite PF World Suite 2", "AcquireSuite AEGP Stream Suite 4",
-                           "AcquireSuite PF World Suite 1", "AcquireSuite AEGP Marker Suite 1",
-                           "ReleaseSuite AEGP Stream Suite 4", "ReleaseSuite PF World Suite 1",
-                           "ReleaseSuite PF World Suite 2"}));
 }
 
 TEST(SuiteHandler, MissingSuiteIsTheInteger516) {
@@ -182,39 +117,6 @@ TEST(SuiteHandler, ReleaseThatThrowsNeitherReplacesTheExceptionNorStopsTheOthers
             }),
             99);
   EXPECT_EQ(host.Lines({"ReleaseSuite"}).size(), 2u);
-}
-
-TEST(Environment, StartsWithWhatItIsGiven) {
-  Host host;
-  PF_ParamDef* params[1] = {};
-  for (const PF_Quality quality : {PF_Quality_LO, PF_Quality_HI, PF_Quality{2}}) {
-    host.in.quality = quality;
-    const Fxenv env(&host.in, &host.out, params, &host.output);
-    EXPECT_EQ(env.highQuality, quality == 1);
-    EXPECT_EQ(env.inData, &host.in);
-    EXPECT_EQ(env.outData, &host.out);
-    EXPECT_EQ(env.params, params);
-    EXPECT_EQ(env.output, &host.output);
-    EXPECT_EQ(env.input, nullptr);
-    EXPECT_EQ(env.extra, nullptr);
-    EXPECT_EQ(env.pixelFormat, 0x66646162);
-  }
-  EXPECT_EQ(host.log, Log{});
-  host.in.pica_basicP = nullptr;
-  EXPECT_EQ(Thrown([&] { const Fxenv env(&host.in, &host.out, params, nullptr); }), 516);
-}
-
-TEST(Environment, AsksTheHostOnceForThePixelFormat) {
-  Host host;
-  Fxenv env(&host.in, &host.out, nullptr, nullptr);
-  EXPECT_EQ(env.PixelFormat(), PF_PixelFormat_INVALID);
-  EXPECT_EQ(host.log, Log{});
-  host.Allocate(host.output, 2, 2, 16);
-  env.output = &host.output;
-  EXPECT_EQ(env.PixelFormat(), 0x32336561);
-  EXPECT_EQ(env.PixelFormat(), 0x32336561);
-  EXPECT_EQ(host.log, (Log{"AcquireSuite PF World Suite 2", "PF_GetPixelFormat",
-                           "ReleaseSuite PF World Suite 2"}));
 }
 
 TEST(Environment, TellsThePixelFormatByTheDeepFlagWithoutTheSuite) {
@@ -287,38 +189,6 @@ TEST(ScratchWorld, ReplacesItsWorldAndForgetsItOnce) {
   EXPECT_EQ(host.Lines({"PF_NewWorld", "PF_DisposeWorld", "new_world", "dispose_world"}),
             (Log{"PF_NewWorld 2 2 1 842229089", "PF_DisposeWorld", "new_world 3 3 3",
                  "dispose_world", "new_world 5 5 0"}));
-}
-
-TEST(ScratchWorld, WorldWithoutPixelsIsNotDelivered) {
-  Host host;
-  Fxenv env(&host.in, &host.out, nullptr, nullptr);
-  FX_NewWorld world(env);
-  ASSERT_EQ(world.New(2, 2, PF_PixelFormat_ARGB32, false), 0);
-  PF_Pixel* const pixels = world.Layer()->data;
-  PF_EffectWorld* const record = world.Layer();
-  record->data = nullptr;
-  EXPECT_EQ(world.Layer(), nullptr);
-  record->data = pixels;
-  EXPECT_EQ(world.Dispose(), 0);
-  EXPECT_EQ(record->rowbytes, 0) << "cleared";
-}
-
-TEST(ScratchWorld, MissingSuiteThrowsAndThrowingDisposalStaysInside) {
-  Host host;
-  host.missing = {{"PF World Suite", 2}};
-  Fxenv env(&host.in, &host.out, nullptr, nullptr);
-  EXPECT_EQ(Thrown([&] { FX_NewWorld(env).New(2, 2, PF_PixelFormat_ARGB128, true); }), 516);
-  host.answer = [](const std::string& line) -> PF_Err {
-    if (line == "dispose_world") throw 7;
-    return PF_Err_NONE;
-  };
-  EXPECT_EQ(Thrown([&] {
-              FX_NewWorld world(env);
-              world.New(2, 2, PF_PixelFormat_ARGB32, true);
-              throw 99;
-            }),
-            99);
-  EXPECT_EQ(host.Lines({"dispose_world"}).size(), 1u);
 }
 
 }  // namespace

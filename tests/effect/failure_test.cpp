@@ -131,17 +131,6 @@ TEST(Failures, ThrowingCallsGiveTheExceptionsCode) {
   Sweep(Throw<std::runtime_error>{std::runtime_error("host"), 516});
 }
 
-TEST(Failures, EveryCancelledProgressEndsTheStroke) {
-  for (int nth = 1; nth <= 2; ++nth) {
-    Frame host(4, false);
-    host.answer = fake::FailNth("progress", PF_Interrupt_CANCEL, nth);
-    EXPECT_EQ(host.RenderClassic(), PF_Interrupt_CANCEL);
-    EXPECT_EQ(host.Lines({"progress"}).size(), static_cast<std::size_t>(nth));
-    EXPECT_EQ(host.Lines({"iterate"}), Log{});
-    ExpectAllGivenBack(host, kNone);
-  }
-}
-
 TEST(Failures, NoMemoryForTheLightModelIs4) {
   Frame host(4, false);
   g_refused_size = sizeof(vorlin::LightShade);

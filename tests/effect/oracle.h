@@ -41,17 +41,8 @@ struct Light {
   double inner_cos = 0;
 };
 
-struct Sum {
-  Rgb diffuse{};
-  Rgb specular{};
-  Rgb dust{};
-};
-
-/// Adds one light's terms at a surface point. view null: seen along (0, 0, -1).
-void Gather(const Factors& factors, const Light& light, const Vec& normal, const Vec& surface,
-            const Vec* view, Sum& sum);
-
 /// The lit colour of a surface point under lights and an ambient light that holds its factor.
+/// view null: seen along (0, 0, -1).
 Rgb Shade(const Factors& factors, const std::vector<Light>& lights, const Rgb& ambient_light,
           const Rgb& color, const Vec& normal, const Vec& surface, const Vec* view);
 

@@ -16,8 +16,13 @@ void Add(double k, double factor, const Rgb& color, Rgb& sum) {
   }
 }
 
-}  // namespace
+struct Sum {
+  Rgb diffuse{};
+  Rgb specular{};
+  Rgb dust{};
+};
 
+/// Adds one light's terms at a surface point.
 void Gather(const Factors& factors, const Light& light, const Vec& n, const Vec& surface,
             const Vec* view, Sum& sum) {
   Vec l = light.direction;
@@ -58,6 +63,8 @@ void Gather(const Factors& factors, const Light& light, const Vec& n, const Vec&
     Add(std::pow(r, factors.smoothness) * s, factors.specular, positive, sum.specular);
   }
 }
+
+}  // namespace
 
 Rgb Shade(const Factors& factors, const std::vector<Light>& lights, const Rgb& ambient_light,
           const Rgb& color, const Vec& n, const Vec& surface, const Vec* view) {

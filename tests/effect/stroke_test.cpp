@@ -109,32 +109,6 @@ TEST(Stroke, FieldEqualsThePlainImplementation) {
   }
 }
 
-TEST(Stroke, RegionHoldsThatPartOfTheField) {
-  for (const bool wobbly : {false, true}) {
-    for (const A_u_long reduced : {1u, 2u}) {
-      Brush whole(reduced);
-      if (wobbly) whole.MakeWobbly();
-      const int width = whole.output.width;
-      const std::vector<float> field = whole.Field();
-      const int regions[][4]{{0, 0, width, 10}, {9, 5, 30, 20}, {width - 7, 3, 20, 40}};
-      for (const auto& r : regions) {
-        Brush part(reduced);
-        if (wobbly) part.MakeWobbly();
-        part.Crop(r[0], r[1], r[2], r[3]);
-        const std::vector<float> cells = part.Field();
-        for (int y = 0; y < r[3] && y + r[1] < whole.output.height; ++y) {
-          for (int x = 0; x < r[2] && x + r[0] < width; ++x) {
-            const float got = cells[static_cast<std::size_t>(y * r[2] + x)];
-            const float want = field[static_cast<std::size_t>((y + r[1]) * width + x + r[0])];
-            // The wobble is no round number: shifting it by the origin costs a last bit.
-            ASSERT_NEAR(got, want, wobbly ? 2e-6 : 0) << x << ',' << y << " reduced " << reduced;
-          }
-        }
-      }
-    }
-  }
-}
-
 TEST(Stroke, WobbleRepeatsWhateverWasRenderedBefore) {
   Brush brush;
   brush.MakeWobbly();
@@ -166,31 +140,6 @@ TEST(Stroke, SlicesThatDrawNothing) {
     c.change(brush);
     EXPECT_TRUE(Same(brush.Field(), empty)) << c.name;
   }
-}
-
-TEST(Stroke, BlobsAreSpacedByDensityAndReadAtTheirOwnTimes) {
-  // 40 layer units in one frame at 0.25 a unit: ten blobs from the frame before, at a tenth of a
-  // frame each, in a frame of 1000 units.
-  Host host;
-  host.Allocate(host.input, 96, 54, 4);
-  host.Allocate(host.output, 96, 54, 4);
-  host.in.local_time_step = host.in.time_step = 1000;
-  host.in.time_scale = 30000;
-  host.in.current_time = 5000;
-  host.SetSlider(4, 1 / 30.0);
-  host.animate = [](PF_ParamDef& p, int index, A_long time) {
-    if (index == 1) p.u.td.x_value = Host::Fixed(time * 0.04);
-  };
-  EXPECT_EQ(host.RenderSmart(), 0);
-  fake::Log blobs;
-  for (const std::string& line : host.Lines({"checkout_param"})) {
-    if (line.starts_with("checkout_param 2 ")) blobs.push_back(line);
-  }
-  fake::Log expected;
-  for (const int t : {4000, 4100, 4200, 4300, 4400, 4500, 4600, 4700, 4800, 4900}) {
-    expected.push_back("checkout_param 2 " + std::to_string(t) + " 1000 30000");
-  }
-  EXPECT_EQ(blobs, expected);
 }
 
 }  // namespace

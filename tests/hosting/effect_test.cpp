@@ -11,21 +11,9 @@
 namespace hosting {
 namespace {
 
-// Test fixtures keep the name for themselves.
-using Scene = Setup;
-
 const Effect& TheEffect() {
   static const Effect effect{std::filesystem::path(VORLIN_EFFECT)};
   return effect;
-}
-
-Scene SetupFor(const Effect& effect) {
-  Scene setup;
-  setup.width = 64;
-  setup.height = 48;
-  setup.picture = Still(Picture(64, 48, std::vector<std::uint8_t>(4 * 64 * 48, 200)));
-  setup.controls = ControlTracks(effect.controls(), 64, 48);
-  return setup;
 }
 
 TEST(Effect, TellsItsControls) {
@@ -59,7 +47,7 @@ TEST(Effect, TellsWhatItIs) {
 
 TEST(Effect, ArrangesThePanel) {
   const Effect& effect = TheEffect();
-  Scene setup = SetupFor(effect);
+  Scene setup = SceneFor(effect);
   const auto index = [&](const char* name) {
     return static_cast<std::size_t>(setup.controls.Control(name).index);
   };
@@ -90,7 +78,7 @@ TEST(Effect, ArrangesThePanel) {
 
 TEST(Effect, AsksForLightsWhenItUsesThem) {
   const Effect& effect = TheEffect();
-  Scene setup = SetupFor(effect);
+  Scene setup = SceneFor(effect);
   EXPECT_EQ(effect.DynamicFlags(setup, 0) & PF_OutFlag2_I_USE_3D_LIGHTS, 0);
   setup.controls.Set("Using", Track<int>(2));
   EXPECT_NE(effect.DynamicFlags(setup, 0) & PF_OutFlag2_I_USE_3D_LIGHTS, 0);
