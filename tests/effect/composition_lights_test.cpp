@@ -5,7 +5,6 @@
 
 #include "fake_host.h"
 #include "light/composition_lights.h"
-#include "light/effect_light.h"
 
 namespace {
 

@@ -85,7 +85,12 @@ template <class Pixel>
 PF_Err Sample(PF_ProgPtr, PF_Fixed x, PF_Fixed y, const PF_SampPB* samp, Pixel* out) {
   const std::int64_t area = 4 * std::int64_t{FixMul(samp->x_radius, samp->y_radius)};
   if (samp->area != std::min<std::int64_t>(area, INT32_MAX)) return PF_Err_BAD_CALLBACK_PARAM;
-  return oracle::AreaMean(x, y, *samp, out);
+  const PF_EffectWorld& src = *samp->src;
+  const int i = std::clamp(x / 65536, 0, src.width - 1),
+            j = std::clamp(y / 65536, 0, src.height - 1);
+  *out = reinterpret_cast<const Pixel*>(reinterpret_cast<const char*>(src.data) +
+                                        std::ptrdiff_t{j} * src.rowbytes)[i];
+  return PF_Err_NONE;
 }
 
 A_long Sprintf(A_char* buffer, const A_char* format, ...) {
@@ -102,10 +107,7 @@ PF_Err Made(PF_EffectWorld* world, int width, int height, bool clear, int bytes)
   return PF_Err_NONE;
 }
 /// Counts as done whatever the call is answered with.
-void Disposed(PF_EffectWorld* world) {
-  H().last_field = H().Pixels<float>(*world);
-  H().memory.erase(world->data);
-}
+void Disposed(PF_EffectWorld* world) { H().memory.erase(world->data); }
 
 const PF_WorldSuite1 kWorld1{
     [](PF_ProgPtr, A_long w, A_long h, PF_NewWorldFlags flags, PF_EffectWorld* world) {
@@ -287,17 +289,6 @@ PF_Err Host::RenderSmart(PF_LRect asked) {
                                     }};
   PF_SmartRenderExtra extra{&request, &callbacks};
   return Run(PF_Cmd_SMART_RENDER, nullptr, &extra);
-}
-
-oracle::Job Host::Job(bool smart) {
-  oracle::Job job{&in, &input, &output, smart, static_cast<int>(layers.size()), {}};
-  for (const Layer& layer : layers) {
-    if (!layer.null && layer.active && layer.object == AEGP_ObjectType_LIGHT) {
-      job.lights.push_back({layer.light, layer.world, layer.intensity, layer.color,
-                            layer.cone_angle, layer.cone_feather});
-    }
-  }
-  return job;
 }
 
 void Host::Allocate(PF_EffectWorld& world, int width, int height, int bytes, int padding) {

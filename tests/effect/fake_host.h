@@ -45,7 +45,6 @@ class Host {
   /// Renders output from input; the rectangle asked for is the whole output.
   PF_Err RenderClassic() { return Run(PF_Cmd_RENDER, &output); }
   PF_Err RenderSmart(PF_LRect asked = {0, 0, 1, 1});
-  oracle::Job Job(bool smart);
 
   /// Gives memory, filled with 0xCD, to a world; rows are padded unless padding is 0.
   void Allocate(PF_EffectWorld& world, int width, int height, int bytes, int padding = 12);
@@ -86,7 +85,6 @@ class Host {
   Log log;
   std::vector<PF_ParamDef> added;
   std::vector<std::pair<int, PF_ParamDef>> updates;
-  std::vector<float> last_field;  // the scratch world's cells when it was disposed of
   std::map<void*, std::pair<std::unique_ptr<char[]>, int>> memory;  // pixels, bytes a pixel
 
   template <class... Args>

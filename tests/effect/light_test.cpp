@@ -16,7 +16,6 @@ using vorlin::FX_D_Point;
 using vorlin::FX_Double_Pixel;
 using vorlin::LightShade;
 using vorlin::NewLightSource;
-using vorlin::TSLightGather;
 using Three = std::array<double, 3>;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

@@ -82,6 +82,9 @@ struct CompositionLight {
   double cone_feather;
 };
 
+/// A control's value.
+PF_ParamDefUnion Read(const PF_InData& in, int index, A_long time, A_long time_step);
+
 struct Job {
   PF_InData* in;
   const PF_EffectWorld* input;
@@ -95,10 +98,6 @@ Field StrokeField(const Job& job);
 
 template <class Pixel>
 using Sampler = std::function<PF_Err(PF_Fixed x, PF_Fixed y, const PF_SampPB& samp, Pixel* out)>;
-
-/// Mean over the box, summed pixel by pixel: exact at 8 and 16 bits, in double at float.
-template <class Pixel>
-PF_Err AreaMean(PF_Fixed x, PF_Fixed y, const PF_SampPB& samp, Pixel* out);
 
 /// The output's pixels, row by row without padding.
 template <class Pixel>

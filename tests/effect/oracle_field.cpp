@@ -76,6 +76,14 @@ Vec Turned(double x, double y, double a, double b, double c) {
 
 }  // namespace
 
+PF_ParamDefUnion Read(const PF_InData& in, int index, A_long time, A_long time_step) {
+  PF_ParamDef param{};
+  in.inter.checkout_param(in.effect_ref, index, time, time_step, in.time_scale, &param);
+  const PF_ParamDefUnion value = param.u;
+  in.inter.checkin_param(in.effect_ref, &param);
+  return value;
+}
+
 Field StrokeField(const Job& job) {
   PF_InData& in = *job.in;
   const Scales scales = ScalesOf(in);
@@ -83,23 +91,16 @@ Field StrokeField(const Job& job) {
   std::fill(field.cells.begin(), field.cells.end(), -0.25f);
 
   const A_long step = in.local_time_step;
-  const auto read = [&](int index, A_long time, A_long time_step) {
-    PF_ParamDef param{};
-    in.inter.checkout_param(in.effect_ref, index, time, time_step, in.time_scale, &param);
-    PF_ParamDef result = param;
-    in.inter.checkin_param(in.effect_ref, &param);
-    return result.u;
-  };
   const auto slider = [&](int index, A_long time) {
-    return read(index, time, step).fd.value / 65536.0;
+    return Read(in, index, time, step).fd.value / 65536.0;
   };
   const auto brush = [&](A_long time) {
-    const PF_PointDef p = read(kBrush, time, step).td;
+    const PF_PointDef p = Read(in, kBrush, time, step).td;
     return Vec{p.x_value / 65536.0, p.y_value / 65536.0, 0};
   };
 
-  const double span = read(kSpan, in.current_time, in.time_step).fd.value / 65536.0;
-  const bool wobbly = read(kStyle, in.current_time, in.time_step).pd.value == 2;
+  const double span = Read(in, kSpan, in.current_time, in.time_step).fd.value / 65536.0;
+  const bool wobbly = Read(in, kStyle, in.current_time, in.time_step).pd.value == 2;
   const double w =
       job.smart ? in.width / scales.aspect_inverse : job.input->width * scales.to_layer_x;
   const double h = job.smart ? in.height : job.input->height * scales.to_layer_y;

@@ -9,8 +9,6 @@ namespace oracle {
 
 namespace {
 
-__extension__ using Wide = __int128;
-
 constexpr int kReflection = 5, kUsing = 14, kIntensity = 15, kColor = 16, kType = 17, kHeight = 18,
               kPosition = 19, kDirection = 20, kAmbient = 23, kDiffuse = 24, kSpecular = 25,
               kRoughness = 26, kMetal = 27;
@@ -104,14 +102,7 @@ template <class Pixel>
 Model LightModel(const Job& job, double width, double height) {
   PF_InData& in = *job.in;
   const Scales scales = ScalesOf(in);
-  const auto read = [&](int index) {
-    PF_ParamDef param{};
-    in.inter.checkout_param(in.effect_ref, index, in.current_time, in.time_step, in.time_scale,
-                            &param);
-    const PF_ParamDefUnion value = param.u;
-    in.inter.checkin_param(in.effect_ref, &param);
-    return value;
-  };
+  const auto read = [&](int index) { return Read(in, index, in.current_time, in.time_step); };
   const auto slider = [&](int index) { return read(index).fd.value / 65536.0; };
 
   Model model;
@@ -165,46 +156,6 @@ double Folded(double u, double top, double r) {
 }  // namespace
 
 template <class Pixel>
-PF_Err AreaMean(PF_Fixed x, PF_Fixed y, const PF_SampPB& samp, Pixel* out) {
-  using Number = std::conditional_t<kIsFloat<Pixel>, double, Wide>;
-  const PF_EffectWorld& src = *samp.src;
-  // Length of the box's side inside pixel i, 16.16.
-  const auto overlap = [](std::int64_t centre, std::int64_t radius, std::int64_t i) {
-    const std::int64_t low = std::max(centre - radius, i * 65536 - 32768);
-    const std::int64_t high = std::min(centre + radius, i * 65536 + 32768);
-    return std::max<std::int64_t>(0, high - low);
-  };
-  Number alpha{}, red{}, green{}, blue{};
-  for (int j = 0; j < src.height; ++j) {
-    const std::int64_t wy = overlap(y, samp.y_radius, j);
-    if (wy == 0) continue;
-    const auto* row = reinterpret_cast<const Pixel*>(reinterpret_cast<const char*>(src.data) +
-                                                     std::ptrdiff_t{j} * src.rowbytes);
-    for (int i = 0; i < src.width; ++i) {
-      const Number w = static_cast<Number>(wy * overlap(x, samp.x_radius, i)) *
-                       static_cast<Number>(row[i].alpha);
-      alpha += w;
-      red += w * static_cast<Number>(row[i].red);
-      green += w * static_cast<Number>(row[i].green);
-      blue += w * static_cast<Number>(row[i].blue);
-    }
-  }
-  const auto area = static_cast<Number>(4 * std::int64_t{samp.x_radius} * samp.y_radius);
-  const auto mean = [](Number sum, Number weight) {
-    if (weight == Number{}) return Number{};
-    if constexpr (kIsFloat<Pixel>) {
-      return sum / weight;
-    } else {
-      return (2 * sum + weight) / (2 * weight);
-    }
-  };
-  using Channel = decltype(Pixel::red);
-  *out = {static_cast<Channel>(mean(alpha, area)), static_cast<Channel>(mean(red, alpha)),
-          static_cast<Channel>(mean(green, alpha)), static_cast<Channel>(mean(blue, alpha))};
-  return PF_Err_NONE;
-}
-
-template <class Pixel>
 std::vector<Pixel> Frame(const Job& job, const Sampler<Pixel>& sampler) {
   PF_InData& in = *job.in;
   const Field field = StrokeField(job);
@@ -213,11 +164,8 @@ std::vector<Pixel> Frame(const Job& job, const Sampler<Pixel>& sampler) {
   const double input_height = job.input->height * s.to_layer_y;
   const double width = job.smart ? in.width / s.aspect_inverse : input_width;
   const double height = job.smart ? in.height : input_height;
-  PF_ParamDef param{};
-  in.inter.checkout_param(in.effect_ref, kReflection, in.current_time, in.time_step, in.time_scale,
-                          &param);
-  const double reflection = param.u.fd.value / 65536.0 * 0.0075;
-  in.inter.checkin_param(in.effect_ref, &param);
+  const PF_ParamDefUnion reflected = Read(in, kReflection, in.current_time, in.time_step);
+  const double reflection = reflected.fd.value / 65536.0 * 0.0075;
   const double reach = width * reflection * 0.125;
   const Model model = LightModel<Pixel>(job, width, height);
   const double origin_x =
@@ -268,9 +216,6 @@ std::vector<Pixel> Frame(const Job& job, const Sampler<Pixel>& sampler) {
   return picture;
 }
 
-template PF_Err AreaMean(PF_Fixed, PF_Fixed, const PF_SampPB&, PF_Pixel*);
-template PF_Err AreaMean(PF_Fixed, PF_Fixed, const PF_SampPB&, PF_Pixel16*);
-template PF_Err AreaMean(PF_Fixed, PF_Fixed, const PF_SampPB&, PF_PixelFloat*);
 template std::vector<PF_Pixel> Frame(const Job&, const Sampler<PF_Pixel>&);
 template std::vector<PF_Pixel16> Frame(const Job&, const Sampler<PF_Pixel16>&);
 template std::vector<PF_PixelFloat> Frame(const Job&, const Sampler<PF_PixelFloat>&);

@@ -66,22 +66,6 @@ TEST(Light, ShinesAlongItsOwnZAxis) {
   ExpectMatrix(both, {y, {0, 0, 1}, x, o}, "turned about its way");
 }
 
-TEST(Light, HasUnitAxesWhereverItPoints) {
-  for (int i = 0; i < 200; ++i) {
-    Light light = Aimed({std::sin(i) * 900, std::cos(i * 3.0) * 500, -i * 1.0},
-                        {i * 7.0, 300 - i * 2.0, std::sin(i * 5.0) * 90});
-    light.rotation = Vec3{i * 11.0, i * 17.0, i * 23.0};
-    const A_Matrix4 m = light.ToWorld(0);
-    for (int a = 0; a < 3; ++a) {
-      for (int b = 0; b < 3; ++b) {
-        double dot = 0;
-        for (int c = 0; c < 3; ++c) dot += m.mat[a][c] * m.mat[b][c];
-        EXPECT_NEAR(dot, a == b ? 1 : 0, 1e-12) << i;
-      }
-    }
-  }
-}
-
 TEST(Light, MovesWithItsKeys) {
   Light light;
   light.position =
@@ -101,16 +85,6 @@ TEST(Layer, IsActiveFromInUpToOut) {
   layer.enabled = false;
   EXPECT_FALSE(layer.ActiveAt(1.5));
   EXPECT_TRUE((Layer{}.ActiveAt(-1e9)));
-}
-
-TEST(Composition, StacksLightsAboveTheLayer) {
-  Composition comp;
-  comp.AddLight({Layer::Kind::kLight, "first", true, {}, {}});
-  comp.AddLight({Layer::Kind::kLight, "second", true, {}, {}});
-  ASSERT_EQ(comp.layers.size(), 3u);
-  EXPECT_EQ(comp.layers[0].name, "first");
-  EXPECT_EQ(comp.layers[1].name, "second");
-  EXPECT_EQ(comp.layers[2].kind, Layer::Kind::kEffect);
 }
 
 TEST(Composition, RefusesImpossibleOnes) {

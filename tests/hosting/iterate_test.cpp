@@ -43,23 +43,15 @@ TEST(ForEachRow, VisitsEveryRowOnceWithAnyNumberOfThreads) {
 
 TEST(ForEachRow, RunsInOrderOnTheCallersThreadWhenThereIsOne) {
   Workers workers(1);
-  int next = 0;
-  ForEachRow(
-      workers, 0, 50,
-      [&](int y) -> PF_Err {
-        EXPECT_EQ(y, next++);
-        return 0;
-      },
-      kCarryOn);
-  EXPECT_EQ(next, 50);
   const auto caller = std::this_thread::get_id();
-  ForEachRow(
-      workers, 0, 50,
-      [&](int) -> PF_Err {
-        EXPECT_EQ(std::this_thread::get_id(), caller);
-        return 0;
-      },
-      kCarryOn);
+  int next = 0;
+  const auto row = [&](int y) -> PF_Err {
+    EXPECT_EQ(y, next++);
+    EXPECT_EQ(std::this_thread::get_id(), caller);
+    return 0;
+  };
+  ForEachRow(workers, 0, 50, row, kCarryOn);
+  EXPECT_EQ(next, 50);
 }
 
 TEST(ForEachRow, ReportsTheTopmostFailure) {

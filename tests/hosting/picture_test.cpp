@@ -29,41 +29,34 @@ int Scaled(int v, int from, int to) {
 }
 
 template <class Pixel, class Check>
-void ForEachRed(const World& world, Check check) {
+void ForEachPixel(const World& world, Check check) {
   int v = 0;
   for (int y = 0; y < world.height(); ++y) {
     for (int x = 0; x < world.width(); ++x) check(v++, world.Row<Pixel>(y)[x]);
   }
 }
 
-TEST(Picture, BecomesAWorldWithEveryValueRoundedToNearest) {
-  const Picture eight = Ramp<std::uint8_t>(255);
-  const Picture sixteen = Ramp<std::uint16_t>(65535);
-  ForEachRed<PF_Pixel>(eight.ToWorld(Depth::k8), [](int v, const PF_Pixel& p) {
-    ASSERT_EQ(p.red, v);
+/// Every value of a file becomes that of a world with this white.
+template <class Pixel, class Channel>
+void ExpectRamp(int white) {
+  constexpr int kFrom = std::numeric_limits<Channel>::max();
+  const auto depth = static_cast<Depth>(8 * sizeof(Pixel::red));
+  ForEachPixel<Pixel>(Ramp<Channel>(kFrom).ToWorld(depth), [&](int v, const Pixel& p) {
+    const double red = white == 1 ? v / static_cast<double>(kFrom) : Scaled(v, kFrom, white);
+    ASSERT_EQ(p.red, static_cast<decltype(Pixel::red)>(red));
     ASSERT_EQ(p.green, 0);
-    ASSERT_EQ(p.blue, 255);
-    ASSERT_EQ(p.alpha, 255);
+    ASSERT_EQ(p.blue, white);
+    ASSERT_EQ(p.alpha, white);
   });
-  ForEachRed<PF_Pixel16>(eight.ToWorld(Depth::k16), [](int v, const PF_Pixel16& p) {
-    ASSERT_EQ(p.red, Scaled(v, 255, 32768));
-    ASSERT_EQ(p.alpha, 32768);
-  });
-  ForEachRed<PF_PixelFloat>(eight.ToWorld(Depth::k32), [](int v, const PF_PixelFloat& p) {
-    ASSERT_EQ(p.red, static_cast<float>(v / 255.0));
-    ASSERT_EQ(p.alpha, 1);
-  });
-  ForEachRed<PF_Pixel>(sixteen.ToWorld(Depth::k8), [](int v, const PF_Pixel& p) {
-    ASSERT_EQ(p.red, Scaled(v, 65535, 255));
-    ASSERT_EQ(p.alpha, 255);
-  });
-  ForEachRed<PF_Pixel16>(sixteen.ToWorld(Depth::k16), [](int v, const PF_Pixel16& p) {
-    ASSERT_EQ(p.red, Scaled(v, 65535, 32768));
-    ASSERT_EQ(p.blue, 32768);
-  });
-  ForEachRed<PF_PixelFloat>(sixteen.ToWorld(Depth::k32), [](int v, const PF_PixelFloat& p) {
-    ASSERT_EQ(p.red, static_cast<float>(v / 65535.0));
-  });
+}
+
+TEST(Picture, BecomesAWorldWithEveryValueRoundedToNearest) {
+  ExpectRamp<PF_Pixel, std::uint8_t>(255);
+  ExpectRamp<PF_Pixel16, std::uint8_t>(32768);
+  ExpectRamp<PF_PixelFloat, std::uint8_t>(1);
+  ExpectRamp<PF_Pixel, std::uint16_t>(255);
+  ExpectRamp<PF_Pixel16, std::uint16_t>(32768);
+  ExpectRamp<PF_PixelFloat, std::uint16_t>(1);
 }
 
 TEST(Picture, ComesBackFromAWorld) {
@@ -71,7 +64,7 @@ TEST(Picture, ComesBackFromAWorld) {
   const World world = Ramp<std::uint16_t>(65535).ToWorld(Depth::k16);
   const Picture back(world, Depth::k16);
   EXPECT_EQ(std::get<1>(back.pixels())[4 * 65535], 65535);
-  ForEachRed<PF_Pixel16>(back.ToWorld(Depth::k16), [&](int v, const PF_Pixel16& p) {
+  ForEachPixel<PF_Pixel16>(back.ToWorld(Depth::k16), [&](int v, const PF_Pixel16& p) {
     ASSERT_EQ(p.red, world.Row<PF_Pixel16>(v / 1024)[v % 1024].red);
   });
   const Picture eight = Ramp<std::uint8_t>(255);

@@ -268,24 +268,6 @@ TEST(Time, FramesOfTheLayerFollowItsOwnRate) {
   EXPECT_EQ(steps, (std::set<A_long>{1280}));  // the effect steps back by the layer's frames
 }
 
-TEST(Time, EveryRateDrawsTheSameStroke) {
-  // The stroke up to one second, whatever the number of frames in it. Dense, because every frame
-  // has a whole number of blobs.
-  const auto second = [](const TimeBase& time, std::int64_t frames) {
-    Scene setup = StrokeSetup(time);
-    setup.controls.Set("Density", Track<double>(200.0));
-    return Picture(RenderFrame(setup, {}, frames).picture, Depth::k8);
-  };
-  const Picture expected = second(TimeBase(), 30);
-  const struct {
-    Rational rate;
-    std::int64_t frames;
-  } cases[] = {{{24, 1}, 24}, {{25, 1}, 25}, {{60, 1}, 60}, {{30000, 1001}, 30}, {{2997, 100}, 30}};
-  for (const auto& c : cases) {
-    EXPECT_LT(MeanDifference(second(TimeBase(c.rate), c.frames), expected), 0.5) << c.rate.Text();
-  }
-}
-
 TEST(Renderer, PreparesAStillOnce) {
   Scene setup = StrokeSetup();
   Renderer renderer(TheEffect(), setup, {});
@@ -350,22 +332,6 @@ Scene LitSetup() {
   ambient.light.intensity = 30.0;
   setup.composition.AddLight(ambient);
   return setup;
-}
-
-TEST(Lights, AreSeen) {
-  const std::string lit = Bytes(RenderFrame(LitSetup()).picture);
-  EXPECT_NE(lit == Bytes(RenderFrame(StrokeSetup()).picture), true);
-  Scene moved = LitSetup();
-  moved.composition.layers[0].light.position = Vec3{20, -50, -300};
-  EXPECT_NE(lit == Bytes(RenderFrame(moved).picture), true);
-  // A light outside its span is as good as none.
-  Scene timed = LitSetup();
-  timed.composition.layers[0].span = {0, 25.0 / 30};
-  Scene without = LitSetup();
-  without.composition.layers.erase(without.composition.layers.begin());
-  EXPECT_TRUE(Bytes(RenderFrame(timed).picture) == Bytes(RenderFrame(without).picture));
-  EXPECT_TRUE(Bytes(RenderFrame(timed, {}, 24).picture) ==
-              Bytes(RenderFrame(LitSetup(), {}, 24).picture));
 }
 
 TEST(Lights, AreAskedForInStackOrder) {

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <thread>
 
 namespace hosting {
 namespace {
@@ -183,28 +182,6 @@ TYPED_TEST(Sampler, AgreesAtTheExtremes) {
   EXPECT_EQ(PlainAreaSample<TypeParam>(world.record(), boxes[11]).alpha, 0);
 }
 
-TEST(Sampler, WorkedByHand) {
-  World world(2, 1, Depth::k8);
-  world.Row<PF_Pixel>(0)[0] = {255, 200, 0, 10};
-  world.Row<PF_Pixel>(0)[1] = {51, 100, 0, 250};
-  const struct {
-    SampleBox box;
-    PF_Pixel expected;
-  } cases[] = {
-      {{0, 0, kPixel / 2, kPixel / 2}, {255, 200, 0, 10}},
-      {{kPixel, 0, kPixel / 2, kPixel / 2}, {51, 100, 0, 250}},
-      // Half of each: alpha 153, colours 5 to 1.
-      {{kPixel / 2, 0, kPixel / 2, kPixel / 2}, {153, 183, 0, 50}},
-      // Three quarters of a box of 2 x 2 lie outside.
-      {{kPixel / 2, kPixel / 2, kPixel, kPixel}, {77, 183, 0, 50}},
-      {{-3 * kPixel, 0, kPixel, kPixel}, {0, 0, 0, 0}},
-  };
-  for (const auto& c : cases) {
-    const PF_Pixel got = PlainAreaSample<PF_Pixel>(world.record(), c.box);
-    EXPECT_TRUE(Same(got, c.expected)) << Text(got) << ", expected " << Text(c.expected);
-  }
-}
-
 TEST(Sampler, HoldsTheLargestSums) {
   // White, more pixels than 64 bits of weighted alpha x colour can hold.
   for (const Depth depth : {Depth::k8, Depth::k16}) {
@@ -249,20 +226,6 @@ TEST(Sampler, FindsNoColourInHoles) {
   const PF_PixelFloat p =
       sampler.Sample<PF_PixelFloat>({150 * kPixel, 100 * kPixel, 30 * kPixel, 15 * kPixel});
   EXPECT_EQ(Text(p), Text(PF_PixelFloat{}));
-}
-
-TEST(Sampler, MakesItsSumsOnceForAllThreads) {
-  const World world = Noise<PF_Pixel16>(200, 200, 8);
-  const SampleBox box{90 * kPixel, 100 * kPixel, 40 * kPixel, 30 * kPixel};
-  const PF_Pixel16 expected = PlainAreaSample<PF_Pixel16>(world.record(), box);
-  for (int round = 0; round < 20; ++round) {
-    const AreaSampler sampler(world.record(), world.depth());
-    PF_Pixel16 got[4];
-    std::vector<std::thread> threads;
-    for (PF_Pixel16& p : got) threads.emplace_back([&] { p = sampler.Sample<PF_Pixel16>(box); });
-    for (std::thread& thread : threads) thread.join();
-    for (const PF_Pixel16& p : got) EXPECT_TRUE(Same(p, expected));
-  }
 }
 
 }  // namespace
