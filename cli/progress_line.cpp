@@ -1,9 +1,7 @@
 #include "progress_line.h"
 
 #include <fmt/format.h>
-
 #include <unistd.h>
-#include <cmath>
 
 #include <algorithm>
 #include <cmath>

@@ -28,8 +28,8 @@ class Walk {
     if (c.smart) Say({"checkout_layer_pixels 0", "checkout_output"});
     Say({"AcquireSuite PF World Suite 2", "PF_GetPixelFormat", "ReleaseSuite PF World Suite 2"});
     ReadAll({4, 5, 8});
-    Say({"fill output clear all", "AcquireSuite PF World Suite 1", "new_world 96 54 0",
-         "fill scratch 0 0 128 190 all"});
+    Say({"fill 0 0 0 0 96 54", "AcquireSuite PF World Suite 1", "new_world 96 54 0 8",
+         "fill 0 0 128 190 96 54"});
     for (int i = 0; i < 3; ++i) Slice(i);
     const std::string sampling = c.depth == Depth::k8    ? "PF Sampling8 Suite 1"
                                  : c.depth == Depth::k16 ? "PF Sampling16 Suite 1"
@@ -101,10 +101,10 @@ class Walk {
                 {"AcquireSuite PF ColorParamSuite 1", "PF_GetFloatingPointColorFromColorDef 16"});
   }
   void Iterate() {
-    if (case_.depth == Depth::k8) Say({"iterate 0 54 all"});
-    if (case_.depth == Depth::k16) Say({"iterate16 0 54 all"});
+    if (case_.depth == Depth::k8) Say({"iterate 0 54 none all 96 54"});
+    if (case_.depth == Depth::k16) Say({"iterate16 0 54 none all 96 54"});
     if (case_.depth == Depth::k32) {
-      Say({"AcquireSuite PF iterateFloat Suite 1", "iterate_float 0 54 all",
+      Say({"AcquireSuite PF iterateFloat Suite 1", "iterate_float 0 54 none all 96 54",
            "ReleaseSuite PF iterateFloat Suite 1"});
     }
   }
@@ -143,7 +143,7 @@ std::string Difference(const Log& got, const Log& want) {
   return "";
 }
 
-/// A call as the fake host would log it, as far as both report the same.
+/// A call's name and its arguments without labels, controls by index.
 std::string Line(const hosting::Call& call) {
   std::string line = Name(call.kind);
   for (std::size_t i = 0; i < call.argument_count; ++i) {
@@ -165,6 +165,11 @@ TEST(CallOrder, OfAFrameWithTheHostLibrary) {
                                     "checkout_param",
                                     "checkin_param",
                                     "progress",
+                                    "fill",
+                                    "new_world",
+                                    "iterate",
+                                    "iterate16",
+                                    "iterate_float",
                                     "AEGP_ConvertEffectToCompTime",
                                     "AEGP_GetCompLayerByIndex"};
   for (const Case& c : Cases()) {
