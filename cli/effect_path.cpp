@@ -25,7 +25,7 @@ std::filesystem::path FindEffect(const std::filesystem::path& chosen) {
   const std::filesystem::path folder =
       std::filesystem::read_symlink("/proc/self/exe").parent_path();
   for (const char* place : {"../effect/vorlin.so", VORLIN_INSTALLED_EFFECT}) {
-    const std::filesystem::path path = (folder / place).lexically_normal();
+    std::filesystem::path path = (folder / place).lexically_normal();
     std::error_code ignored;
     if (std::filesystem::is_regular_file(path, ignored)) return path;
   }

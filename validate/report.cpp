@@ -38,7 +38,7 @@ void Report::Finish() {
   Tell("end", "", "");
 }
 
-void Report::Tell(const char* kind, const std::string& first, const std::string& second) {
+void Report::Tell(const char* kind, const std::string& first, const std::string& second) const {
   const std::string line = std::string(kind) + "\t" + Field(first) + "\t" + Field(second) + "\n";
   for (std::size_t done = 0; done < line.size();) {
     const ssize_t n = write(fd_, line.data() + done, line.size() - done);

@@ -44,7 +44,7 @@ class Report {
   void Finish();
 
  private:
-  void Tell(const char* kind, const std::string& first, const std::string& second);
+  void Tell(const char* kind, const std::string& first, const std::string& second) const;
 
   int fd_;
   char* at_;

@@ -101,7 +101,7 @@ class Sweep {
  private:
   Outcome Watch(Injector& injector, const Run& run) {
     bench_.observer = [&](const hosting::Call& call) { return injector.Observe(call); };
-    const Outcome outcome = bench_.Run(run.go);
+    Outcome outcome = bench_.Run(run.go);
     bench_.observer = {};
     return outcome;
   }
