@@ -25,30 +25,36 @@ PictureSize SizeOfPicture(const std::filesystem::path& path);
 /// FileError.
 hosting::Picture ReadPicture(const std::filesystem::path& path);
 
+/// A picture as its file's bytes.
+struct EncodedPicture {
+  std::vector<unsigned char> bytes;
+  bool clipped = false;            // some colour was darker than black or brighter than white
+  bool hidden_color_lost = false;  // some colour was premultiplied by an alpha of zero
+};
+
 /// How pictures are written.
-class PictureFormat {
- public:
+struct PictureFormat {
+  enum class Kind { kPng, kTiff, kExr };
+
   /// From the name's extension: PNG (8 or 16 bits, straight alpha), TIFF (8, 16 or float, straight)
   /// or EXR (half, or float for 32 bits; premultiplied). Throws InputError for another extension.
   PictureFormat(const std::filesystem::path& name, hosting::Depth depth);
 
-  /// The alpha that is written, whatever the kind of file usually has.
-  void SetAlpha(bool premultiplied) { premultiplied_ = premultiplied; }
+  /// `software` is written into the field of that name. Throws FileError naming `path`.
+  EncodedPicture Encode(const hosting::World& world, const std::string& software,
+                        const std::filesystem::path& path) const;
 
-  /// The file's bytes; `software` is written into its field of that name. Throws FileError naming
-  /// `path`.
-  std::vector<unsigned char> Encode(const hosting::World& world, const std::string& software,
-                                    const std::filesystem::path& path) const;
-
- private:
-  enum class Kind { kPng, kTiff, kExr };
-
-  Kind kind_;
-  hosting::Depth depth_;
-  bool premultiplied_;
+  Kind kind;
+  hosting::Depth depth;
+  bool premultiplied;        // colours are stored multiplied by their alpha
+  bool small = false;        // smaller files for several times the work; lossless either way
+  bool one_channel = false;  // only red is written, as the channel "Y"
 };
 
-/// Encodes and stores a picture whole or not at all. Throws FileError.
+/// Stores a picture whole or not at all. Throws FileError.
+void StorePicture(const EncodedPicture& picture, const std::filesystem::path& path);
+
+/// Encodes and stores a picture.
 void WritePicture(const hosting::World& world, const PictureFormat& format,
                   const std::string& software, const std::filesystem::path& path);
 

@@ -39,7 +39,7 @@ std::optional<PF_LRect> ParseRegion(const std::string& text) {
 
 PictureFormat FormatFor(const RenderArguments& arguments) {
   PictureFormat format(arguments.shots.output, arguments.depth);
-  if (!arguments.alpha.empty()) format.SetAlpha(arguments.alpha == "premultiplied");
+  if (!arguments.alpha.empty()) format.premultiplied = arguments.alpha == "premultiplied";
   return format;
 }
 

@@ -127,18 +127,26 @@ Picture::Picture(int width, int height, Pixels pixels)
   }
 }
 
-Picture::Picture(const World& world, Depth depth) : width_(world.width()), height_(world.height()) {
+Picture::Picture(const World& world, Depth depth) : Picture(world, depth, 0, world.height()) {}
+
+Picture::Picture(const World& world, Depth depth, int first_row, int rows)
+    : width_(world.width()), height_(rows) {
+  if (first_row < 0 || rows < 0 || first_row > world.height() - rows) {
+    throw Error("rows " + std::to_string(first_row) + " to " + std::to_string(first_row + rows) +
+                " are not all in a world " + std::to_string(world.height()) + " pixels high");
+  }
   const auto copy = [&]<class Channel>(std::vector<Channel> channels) {
     using To = typename FileEncoding<Channel>::Type;
     WithDepth(world.depth(), [&]<class Pixel, class From>(Pixel, From) {
-      channels.reserve(4 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
-      for (int y = 0; y < height_; ++y) {
+      channels.resize(4 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+      Channel* to = channels.data();
+      for (int y = first_row; y < first_row + rows; ++y) {
         const Pixel* row = world.Row<Pixel>(y);
-        for (int x = 0; x < width_; ++x) {
-          const Pixel& p = row[x];
-          for (const auto channel : {p.red, p.green, p.blue, p.alpha}) {
-            channels.push_back(Convert<From, To>(channel));
-          }
+        for (int x = 0; x < width_; ++x, to += 4) {
+          to[0] = Convert<From, To>(row[x].red);
+          to[1] = Convert<From, To>(row[x].green);
+          to[2] = Convert<From, To>(row[x].blue);
+          to[3] = Convert<From, To>(row[x].alpha);
         }
       }
     });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -18,12 +19,16 @@ class Picture {
   /// Rows from the top, red, green, blue, alpha interleaved, nothing between rows. Throws Error
   /// unless pixels holds 4 * width * height numbers and both sizes are positive.
   Picture(int width, int height, Pixels pixels);
-  /// The pixels of a world at that depth.
+  /// The pixels of a world at that depth: all of them, or those of some rows. Throws Error when the
+  /// world has no such rows.
   Picture(const World& world, Depth depth);
+  Picture(const World& world, Depth depth, int first_row, int rows);
 
   int width() const { return width_; }
   int height() const { return height_; }
   const Pixels& pixels() const { return pixels_; }
+  /// Moves the pixels out of a picture that is no longer needed.
+  Pixels TakePixels() && { return std::move(pixels_); }
 
   /// The picture as a world. Each world pixel is the mean of what it covers of the picture,
   /// alpha-weighted; factors are world pixels a picture pixel, above 0 and at most 1. The world is
