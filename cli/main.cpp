@@ -13,6 +13,7 @@
 #include "render_arguments.h"
 #include "sheet_command.h"
 #include "suggest.h"
+#include "validate_arguments.h"
 
 namespace {
 
@@ -109,10 +110,12 @@ int Run(int argc, char** argv) {
   AddSheet(app, sheet);
   AddAbout(app, about);
   AddImportPath(app, path);
+  int exit_code = 0;
+  cli::AddValidate(app, exit_code);
   try {
     CheckCommand(app, argc, argv);
     app.parse(argc, argv);
-    return 0;
+    return exit_code;
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {

@@ -160,8 +160,10 @@ void RunJobs(const std::vector<Job>& jobs, const std::function<void(std::size_t,
     if (poll(polled.data(), polled.size(), kPollMilliseconds) < 0 && errno != EINTR) Throw("poll");
     std::size_t i = 0;
     for (auto child = running.begin(); child != running.end(); ++i) {
-      const bool ended = polled[i].revents != 0 && !child->Read();
-      if (!ended && !child->late()) {
+      const bool told = polled[i].revents != 0;
+      const bool ended = told && !child->Read();
+      // What it told in time counts, even if this process was held up.
+      if (!ended && (told || !child->late())) {
         ++child;
         continue;
       }

@@ -70,14 +70,6 @@ std::vector<Config> AllConfigs() {
   return configs;
 }
 
-Config ParseConfig(std::string_view text) {
-  for (const Config& config : AllConfigs()) {
-    if (config.Text() == text) return config;
-  }
-  throw hosting::Error("there is no configuration \"" + std::string(text) + "\", as \"" +
-                       Config{}.Text() + "\" is one");
-}
-
 hosting::Setup StrokeSetup(const hosting::Effect& effect, const Config& config,
                            hosting::Picture picture) {
   hosting::Setup setup;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "hosting/effect.h"
@@ -25,8 +24,6 @@ struct Config {
 
 /// Every depth, protocol, light source and style.
 std::vector<Config> AllConfigs();
-/// Throws hosting::Error for a text that names none.
-Config ParseConfig(std::string_view text);
 
 /// A layer of that size with a short stroke across it, lit and styled as config says, and small
 /// enough that a frame takes well under a millisecond at 24 x 16.

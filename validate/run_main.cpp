@@ -13,7 +13,6 @@ namespace validate {
 namespace {
 
 constexpr int kExitFailed = 4;
-constexpr int kExitNothing = 2;
 
 struct Failed {
   Job job;
@@ -41,6 +40,18 @@ bool Belongs(const Config& config, Axes axes) {
   }
 }
 
+std::string WhyNothing(const Options& options) {
+  std::string ids;
+  bool known = options.only.empty();
+  for (const Check& check : AllChecks()) {
+    known = known || options.only == check.id;
+    ids += std::string(" ") + check.id;
+  }
+  if (!known) return "there is no check \"" + options.only + "\"; the checks are" + ids;
+  return "no check is made in the configuration \"" + options.config + "\", as it would be in \"" +
+         Config{}.Text() + "\"";
+}
+
 std::vector<Job> Selected(const Options& options) {
   std::vector<Job> jobs;
   for (const Check& check : AllChecks()) {
@@ -55,6 +66,7 @@ std::vector<Job> Selected(const Options& options) {
       if (options.config.empty() || options.config == text) jobs.push_back({&check, config, text});
     }
   }
+  if (jobs.empty()) throw NothingSelected(WhyNothing(options));
   return jobs;
 }
 
@@ -80,13 +92,6 @@ class Session {
   explicit Session(const Options& options) : options_(options), jobs_(Selected(options)) {}
 
   int Run() {
-    if (jobs_.empty()) {
-      std::fprintf(stderr,
-                   "%s: error: no check is selected; the checks are:", options_.program.c_str());
-      for (const Check& check : AllChecks()) std::fprintf(stderr, " %s", check.id);
-      std::fputs("\n", stderr);
-      return kExitNothing;
-    }
     const auto start = std::chrono::steady_clock::now();
     RunJobs(
         jobs_,

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <string>
 
+#include "hosting/errors.h"
+
 namespace validate {
 
 struct Options {
@@ -17,8 +19,13 @@ struct Options {
   std::string program = "vorlin validate";  // how a replay is written
 };
 
+/// No check has that ID, or none runs in that configuration.
+struct NothingSelected : hosting::Error {
+  using Error::Error;
+};
+
 /// Prints a line a check, and what failed; returns the exit code: 0 when all checks passed, 4 when
-/// one did not, 2 when there is nothing to run.
+/// one did not. Throws NothingSelected.
 int RunMain(const Options& options);
 
 }  // namespace validate

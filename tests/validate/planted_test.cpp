@@ -100,7 +100,8 @@ TEST(PlantedFaults, AProcessOfItsOwnIsCaught) {
 }
 
 TEST(Selection, OfNothingFails) {
-  EXPECT_EQ(Validate(FAULTY_EFFECT, "", "no-such-check", ""), 2);
+  EXPECT_THROW(Validate(FAULTY_EFFECT, "", "no-such-check", ""), validate::NothingSelected);
+  EXPECT_THROW(Validate(FAULTY_EFFECT, "", "books", "64-smart"), validate::NothingSelected);
   validate::Options options;
   options.plugin = FAULTY_EFFECT;
   options.only = "books";
