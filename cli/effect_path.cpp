@@ -17,13 +17,16 @@ std::filesystem::path Checked(const std::filesystem::path& path) {
 
 }  // namespace
 
+std::filesystem::path ProgramFolder() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
 std::filesystem::path FindEffect(const std::filesystem::path& chosen) {
   if (!chosen.empty()) return Checked(chosen);
   const char* environment = std::getenv("VORLIN_EFFECT");
   if (environment != nullptr && *environment != '\0') return Checked(environment);
 
-  const std::filesystem::path folder =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  const std::filesystem::path folder = ProgramFolder();
   for (const char* place : {"../effect/vorlin.so", VORLIN_INSTALLED_EFFECT}) {
     std::filesystem::path path = (folder / place).lexically_normal();
     std::error_code ignored;

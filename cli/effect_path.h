@@ -9,4 +9,7 @@ namespace cli {
 /// when the file is not there.
 std::filesystem::path FindEffect(const std::filesystem::path& chosen);
 
+/// The folder that this program was started from.
+std::filesystem::path ProgramFolder();
+
 }  // namespace cli

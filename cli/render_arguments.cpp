@@ -2,6 +2,7 @@
 
 #include "errors.h"
 #include "hosting/errors.h"
+#include "scene_arguments.h"
 
 namespace cli {
 namespace {
@@ -41,18 +42,6 @@ void AddFiles(CLI::App& render, RenderArguments& to) {
   render.add_flag("--skip-existing", to.skip_existing,
                   "leave up-to-date pictures, replace stale ones");
   render.add_flag("--keep-going", to.keep_going, "go on after a frame that fails");
-}
-
-void AddScene(CLI::App& render, RenderArguments& to) {
-  render.add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
-  render.add_option("--preset", to.changes.preset, "controls to lay over the scene's")
-      ->option_text("FILE");
-  render
-      .add_option("--set", to.changes.settings,
-                  "set a control, as \"Stroke Width=6\"; may be repeated")
-      ->option_text("NAME=VALUE")
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void AddPicture(CLI::App& render, RenderArguments& to) {
@@ -103,7 +92,7 @@ void AddRunning(CLI::App& render, RenderArguments& to) {
 
 void AddRender(CLI::App& app, RenderArguments& to) {
   CLI::App* render = app.add_subcommand("render", "Render frames of a scene into pictures");
-  AddScene(*render, to);
+  AddSceneArguments(*render, to.scene, to.changes);
   AddFiles(*render, to);
   AddFrames(*render, to);
   AddPicture(*render, to);

@@ -10,6 +10,7 @@ set(VORLIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorlin)
 install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
 install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
+install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlin)
 
 set_target_properties(vorlin_hosting PROPERTIES EXPORT_NAME hosting)
 install(

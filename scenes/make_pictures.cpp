@@ -165,6 +165,123 @@ Color Tiles(float x, float y) {
   return kColors[r < 0.98F ? figure : ground];
 }
 
+// Smooth random heights in [0, 1): corners of a unit grid, blended.
+float Noise(float x, float y) {
+  const float column = std::floor(x);
+  const float row = std::floor(y);
+  const auto corner = [&](int i, int j) {
+    auto h = static_cast<std::uint32_t>(static_cast<int>(column) + i) * 374761393U +
+             static_cast<std::uint32_t>(static_cast<int>(row) + j) * 668265263U;
+    h = (h ^ (h >> 13)) * 1274126177U;
+    return static_cast<float>((h ^ (h >> 16)) >> 8) / 16777216.0F;
+  };
+  const float u = SmoothStep(0, 1, x - column);
+  const float v = SmoothStep(0, 1, y - row);
+  return std::lerp(std::lerp(corner(0, 0), corner(1, 0), u),
+                   std::lerp(corner(0, 1), corner(1, 1), u), v);
+}
+
+// Noise at several scales, the finer the weaker.
+float Clouds(float x, float y) {
+  float sum = 0;
+  float weight = 0.5F;
+  for (int octave = 0; octave < 5; ++octave) {
+    sum += weight * Noise(x, y);
+    x = 2 * x + 17.3F;
+    y = 2 * y + 5.9F;
+    weight /= 2;
+  }
+  return sum;
+}
+
+// A chequered cloth in morning light.
+Color Cloth(float x, float y) {
+  constexpr float kStripe = 0.095F;
+  const float fold = 0.02F * std::sin(3.1F * x + 2.0F * y);
+  const auto dark = [&](float t) { return std::fmod(t + 4 * kStripe, 2 * kStripe) < kStripe; };
+  const int share = static_cast<int>(dark(x + fold)) + static_cast<int>(dark(y + fold));
+  const std::array<Color, 3> kDyes{
+      {{0.99F, 0.96F, 0.89F}, {0.95F, 0.85F, 0.74F}, {0.86F, 0.68F, 0.54F}}};
+  const float weave = std::sin(x * 900) * std::sin(y * 900);
+  const float light = 1.05F - 0.28F * std::hypot(x - 0.55F, y - 0.25F) +
+                      0.12F * std::sin(5.0F * x + 3.4F * y + 2 * Clouds(x * 1.5F, y * 1.5F));
+  return (light + 0.03F * weave) * kDyes[static_cast<std::size_t>(share)];
+}
+
+// A grey sweep between two tall lamps, as products are photographed.
+Color Studio(float x, float y) {
+  constexpr std::array<Stop, 5> kSweep{{{0.0F, {0.10F, 0.11F, 0.15F}},
+                                        {0.42F, {0.34F, 0.37F, 0.44F}},
+                                        {0.54F, {0.07F, 0.08F, 0.11F}},
+                                        {0.66F, {0.20F, 0.22F, 0.27F}},
+                                        {1.0F, {0.62F, 0.64F, 0.68F}}}};
+  const auto lamp = [&](float centre) {
+    return SmoothStep(0.11F, 0.08F, std::abs(x - centre)) * SmoothStep(0.03F, 0.06F, y) *
+           SmoothStep(0.50F, 0.46F, y);
+  };
+  const auto post = [&](float centre) {
+    return SmoothStep(0.030F, 0.024F, std::abs(x - centre)) * SmoothStep(0.56F, 0.52F, y);
+  };
+  const Color color =
+      Mix(Gradient(kSweep, y), {0.10F, 0.11F, 0.14F}, 0.85F * std::max(post(0.12F), post(1.66F)));
+  const Color lit = Mix(color, {1.0F, 0.98F, 0.94F}, lamp(0.36F));
+  return Mix(lit, {0.80F, 0.90F, 1.0F}, lamp(1.42F));
+}
+
+// Laid paper with a wash of watercolour.
+Color Paper(float x, float y) {
+  const Color sheet = (0.965F + 0.05F * Clouds(x * 60, y * 60)) * Color{0.97F, 0.94F, 0.87F};
+  const float edge = 0.10F * Clouds(x * 5, y * 5) + 0.05F * Clouds(x * 19, y * 19);
+  const float rose = SmoothStep(0.36F, 0.26F, std::hypot(x - 1.28F, 1.25F * (y - 0.46F)) + edge);
+  const float blue = SmoothStep(0.44F, 0.30F, std::hypot(0.8F * (x - 0.62F), y - 0.62F) + edge);
+  const float grain = 0.75F + 0.5F * Clouds(x * 12, y * 12);
+  const Color washed = Mix(sheet, {0.90F, 0.52F, 0.50F}, 0.62F * rose * grain);
+  return Mix(washed, {0.42F, 0.66F, 0.74F}, 0.60F * blue * grain);
+}
+
+// Cooled rock, cracked, with a glow left in the cracks.
+Color Rock(float x, float y) {
+  const float bend = 0.25F * Clouds(x * 3, y * 3);
+  float nearest = 9;
+  float second = 9;
+  for (int j = -1; j <= 1; ++j) {
+    for (int i = -1; i <= 1; ++i) {
+      const float column = std::floor(6 * (x + bend)) + static_cast<float>(i);
+      const float row = std::floor(6 * (y + bend)) + static_cast<float>(j);
+      const float px = column + Noise(column * 7.1F + 0.5F, row * 3.3F);
+      const float py = row + Noise(column * 2.7F, row * 9.7F + 0.5F);
+      const float r = std::hypot(6 * (x + bend) - px, 6 * (y + bend) - py);
+      second = std::min(second, std::max(nearest, r));
+      nearest = std::min(nearest, r);
+    }
+  }
+  const float crack = SmoothStep(0.10F, 0.0F, second - nearest);
+  const float stone = 0.35F + 0.9F * Clouds(x * 14, y * 14);
+  const Color color = stone * Color{0.150F, 0.125F, 0.125F};
+  const float heat = SmoothStep(0.25F, 0.75F, Clouds(x * 2 + 3, y * 2));
+  return Mix(color, Mix({0.20F, 0.02F, 0.01F}, {1.0F, 0.42F, 0.08F}, heat),
+             crack * (0.3F + 0.7F * heat));
+}
+
+// A brick wall at night under a lamp of its own.
+Color Wall(float x, float y) {
+  constexpr float kHeight = 0.068F;
+  constexpr float kLength = 0.20F;
+  const float row = std::floor(y / kHeight);
+  const float along = x / kLength + 0.5F * std::fmod(row, 2.0F) + 8;
+  const float brick = std::floor(along);
+  const float to_side = kLength * std::min(along - brick, brick + 1 - along);
+  const float to_bed = kHeight * std::min(y / kHeight - row, row + 1 - y / kHeight);
+  const float mortar =
+      SmoothStep(0.0075F, 0.0035F, std::min(to_side, to_bed) - 0.003F * Clouds(x * 40, y * 40));
+  const float tone = 0.7F + 0.6F * Noise(brick * 5.3F, row * 7.9F);
+  const float grain = 0.7F + 0.6F * Clouds(x * 45, y * 45);
+  const Color clay = tone * grain * Color{0.30F, 0.15F, 0.15F};
+  const Color color = Mix(clay, grain * Color{0.14F, 0.13F, 0.17F}, mortar);
+  const float lamp = std::exp(-1.6F * std::hypot(x - 0.89F, y - 0.35F));
+  return (0.25F + 1.0F * lamp) * Mix(color, {0.20F, 0.16F, 0.34F}, 0.25F);
+}
+
 bool Save(const std::string& path, const Painting& painting, int jpeg_quality) {
   std::vector<std::uint8_t> pixels;
   pixels.reserve(std::size_t{3} * kWidth * kHeight);
@@ -204,7 +321,9 @@ int main(int argc, char** argv) {
       Save(folder + "/dusk.jpg", Dusk, 92) &&
       Save(
           folder + "/town.jpg", [&](float x, float y) { return Town(discs, x, y); }, 92) &&
-      Save(folder + "/tiles.png", Tiles, 0);
+      Save(folder + "/tiles.png", Tiles, 0) && Save(folder + "/cloth.jpg", Cloth, 90) &&
+      Save(folder + "/paper.jpg", Paper, 90) && Save(folder + "/rock.jpg", Rock, 90) &&
+      Save(folder + "/wall.jpg", Wall, 90) && Save(folder + "/studio.jpg", Studio, 90);
   if (!good) std::fprintf(stderr, "%s: cannot write the pictures to %s\n", argv[0], argv[1]);
   return good ? 0 : 1;
 }
