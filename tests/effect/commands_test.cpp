@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -34,6 +36,27 @@ TEST(Commands, AboutTellsTheNameAndKeepsWhatWasThere) {
     EXPECT_EQ(host.Run(PF_Cmd_ABOUT), 0);
     EXPECT_STREQ(host.out.return_msg, want.c_str()) << length;
   }
+}
+
+int g_longest = 0;
+
+A_long MeasuringSprintf(A_char* buffer, const A_char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const A_long length = std::vsprintf(buffer, format, args);
+  va_end(args);
+  g_longest = std::max(g_longest, length);
+  return length;
+}
+
+TEST(Commands, AboutReadsNoFurtherThanTheMessageGoes) {
+  Host host;
+  host.utils.ansi.sprintf = MeasuringSprintf;
+  // Without an end of its own.
+  std::memset(host.out.return_msg, 'x', sizeof host.out.return_msg);
+  EXPECT_EQ(host.Run(PF_Cmd_ABOUT), 0);
+  EXPECT_EQ(g_longest, 112 + 255) << "the text, and all of the message but what its end replaced";
+  EXPECT_EQ(std::strlen(host.out.return_msg), 255u);
 }
 
 TEST(Commands, GlobalSetupKeepsTheHostsFlags) {

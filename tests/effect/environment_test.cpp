@@ -103,6 +103,21 @@ TEST(SuiteHandler, MissingSuiteIsTheInteger516) {
   }
 }
 
+TEST(SuiteHandler, AMissingFunctionIsAMissingSuite) {
+  Host host;
+  static constexpr PF_WorldSuite1 kNoDisposal{
+      [](PF_ProgPtr, A_long, A_long, PF_NewWorldFlags, PF_EffectWorld*) {
+        return Host::Current().Say("new_world");
+      },
+      nullptr};
+  static constexpr PF_ParamUtilsSuite1 kEmpty{};
+  host.replaced = {{{"PF World Suite", 1}, &kNoDisposal}, {{"PF Param Utils Suite", 1}, &kEmpty}};
+  Fxenv env(&host.in, &host.out, nullptr, nullptr);
+  EXPECT_EQ(Thrown([&] { FX_NewWorld(env).New(2, 2, PF_PixelFormat_ARGB32, false); }), 516);
+  EXPECT_EQ(host.Lines({"new_world"}), Log{}) << "what could not be disposed of is not made";
+  EXPECT_EQ(host.Run(PF_Cmd_UPDATE_PARAMS_UI), 516);
+}
+
 TEST(SuiteHandler, ReleaseThatThrowsNeitherReplacesTheExceptionNorStopsTheOthers) {
   Host host;
   host.answer = [](const std::string& line) -> PF_Err {
@@ -133,6 +148,35 @@ TEST(Environment, TellsThePixelFormatByTheDeepFlagWithoutTheSuite) {
       EXPECT_EQ(host.log, Log{"AcquireSuite PF World Suite 2"});
     }
   }
+}
+
+TEST(Environment, HasNoPixelFormatWithoutAnOutput) {
+  Host host;
+  Fxenv env(&host.in, &host.out, nullptr, nullptr);
+  EXPECT_EQ(env.PixelFormat(), PF_PixelFormat_INVALID);
+  EXPECT_EQ(host.log, Log{});
+}
+
+TEST(Environment, GivesBackTheSuiteThatCannotTellThePixelFormat) {
+  static constexpr PF_WorldSuite2 kEmpty{};
+  const Log lent_and_returned{"AcquireSuite PF World Suite 2", "ReleaseSuite PF World Suite 2"};
+  Host mute;
+  mute.replaced = {{{"PF World Suite", 2}, &kEmpty}};
+  mute.output.world_flags = PF_WorldFlag_DEEP;
+  Fxenv env(&mute.in, &mute.out, nullptr, &mute.output);
+  EXPECT_EQ(env.PixelFormat(), PF_PixelFormat_ARGB64);
+  EXPECT_EQ(mute.log, lent_and_returned);
+
+  Host throwing;
+  throwing.answer = [](const std::string& line) -> PF_Err {
+    if (line.starts_with("PF_GetPixelFormat")) throw 7;
+    if (line.starts_with("ReleaseSuite")) throw std::runtime_error(line);
+    return PF_Err_NONE;
+  };
+  EXPECT_EQ(
+      Thrown([&] { Fxenv(&throwing.in, &throwing.out, nullptr, &throwing.output).PixelFormat(); }),
+      7);
+  EXPECT_EQ(throwing.Lines({"AcquireSuite", "ReleaseSuite"}), lent_and_returned);
 }
 
 struct WorldCase {

@@ -88,6 +88,45 @@ TEST(Extremes, EndlessSpanAtTimeZeroEndsAtOnce) {
   EXPECT_EQ(frame.Lines({"progress"}), fake::Log{"progress 0 2147483647"});
 }
 
+TEST(Extremes, ATimeSpanOf0Is3000Seconds) {
+  Frame frame(4);
+  frame.SetSlider(4, 0);
+  frame.in.time_scale = static_cast<A_u_long>(frame.in.local_time_step);  // a frame a second
+  frame.in.current_time = 3100 * frame.in.local_time_step;
+  frame.animate = nullptr;
+  EXPECT_EQ(frame.RenderSmart(), 0);
+  std::string earliest;
+  for (const std::string& line : frame.Lines({"checkout_param"})) {
+    if (line.starts_with("checkout_param 1 ")) earliest = line;
+  }
+  EXPECT_EQ(earliest, "checkout_param 1 102400 1024 1024") << "a frame before the first slice";
+}
+
+TEST(Extremes, WhereTheLayerLiesInItsBufferIsNoMatter) {
+  const auto render = [](int x, int y) {
+    Frame frame(4);
+    frame.SetPopup(17, 1);  // a distant light
+    frame.SetPoint(1, 3 + x, 8 + y);
+    for (PF_EffectWorld* const world : {&frame.input, &frame.output}) {
+      world->origin_x = x;
+      world->origin_y = y;
+    }
+    for (int i = 0; i < frame.input.height; ++i) {
+      char* const row = reinterpret_cast<char*>(frame.input.data) + i * frame.input.rowbytes;
+      for (int j = 0; j < 4 * frame.input.width; ++j) row[j] = static_cast<char>(7 * i + 3 * j);
+    }
+    EXPECT_EQ(frame.RenderSmart(), 0);
+    std::string bytes;
+    for (const PF_Pixel& p : frame.Pixels<PF_Pixel>(frame.output)) {
+      bytes += {char(p.alpha), char(p.red), char(p.green), char(p.blue)};
+    }
+    return bytes;
+  };
+  const std::string frame = render(0, 0);
+  EXPECT_NE(frame.find_first_not_of('\0'), std::string::npos);
+  EXPECT_TRUE(render(5, -9) == frame);
+}
+
 TEST(Extremes, ScalesMayBeAnything) {
   const PF_RationalScale scales[]{{0, 1},  {1, 0},        {0, 0},       {-1, 1},
                                   {1, 90}, {1, 1u << 31}, {INT_MAX, 1}, {INT_MIN, UINT32_MAX}};

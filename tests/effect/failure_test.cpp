@@ -70,7 +70,8 @@ void ExpectAllGivenBack(const Frame& host, std::size_t failed) {
   EXPECT_EQ(host.memory.size(), host.worlds);
 }
 
-/// Runs the frame once for every one of its calls, answering that one with act(line).
+/// Runs the frame once for every one of its calls, answering that one, and the later ones too where
+/// the failure persists, with act(line).
 template <class Act>
 void ForEachCall(int bytes, bool composition_light, Act act) {
   Frame whole(bytes, composition_light);
@@ -82,9 +83,9 @@ void ForEachCall(int bytes, bool composition_light, Act act) {
     std::string at;
     std::size_t call = 0;
     host.answer = [&](const std::string& line) -> PF_Err {
-      if (call++ != k) return PF_Err_NONE;
-      at = line;
-      return act(line);
+      const std::size_t now = call++;
+      if (now == k) at = line;
+      return now == k || (now > k && act.persists) ? act(line) : PF_Err_NONE;
     };
     const PF_Err err = host.RenderSmart();
     act.Check(host, at, err, k);
@@ -92,6 +93,7 @@ void ForEachCall(int bytes, bool composition_light, Act act) {
 }
 
 struct Refuse {
+  bool persists = false;
   PF_Err operator()(const std::string&) const { return kCode; }
   void Check(const Frame& host, const std::string& at, PF_Err err, std::size_t k) const {
     EXPECT_EQ(err, Expected(at)) << at;
@@ -108,6 +110,7 @@ template <class Exception>
 struct Throw {
   Exception exception;
   PF_Err code;
+  bool persists = false;
   PF_Err operator()(const std::string&) const { throw exception; }
   void Check(const Frame& host, const std::string& at, PF_Err err, std::size_t k) const {
     const bool gives_back = StartsWithAny(at, kGivesBack);
@@ -127,6 +130,7 @@ TEST(Failures, RefusedCallsGiveTheirCodeOrAreIgnored) { Sweep(Refuse{}); }
 
 TEST(Failures, ThrowingCallsGiveTheExceptionsCode) {
   Sweep(Throw<int>{kCode, kCode});
+  Sweep(Throw<int>{kCode, kCode, true});
   Sweep(Throw<std::bad_alloc>{{}, 4});
   Sweep(Throw<std::runtime_error>{std::runtime_error("host"), 516});
 }
@@ -140,26 +144,34 @@ TEST(Failures, NoMemoryForTheLightModelIs4) {
   ExpectAllGivenBack(host, kNone);
 }
 
-TEST(Failures, ScratchWorldWithFewerPixelsThanAskedForIsOutOfMemory) {
+TEST(Failures, ScratchWorldThatCannotHoldTheFieldIsOutOfMemory) {
   static PF_EffectWorld made;
-  // The host says that it made the world, but there are no pixels, or too few.
+  // The host says that it made the world, but there are no pixels, too few, or none that can be
+  // read as floats.
   static const PF_WorldSuite1 kSuite{
       [](PF_ProgPtr, A_long, A_long, PF_NewWorldFlags, PF_EffectWorld* world) {
         *world = made;
         return Host::Current().Say("new_world");
       },
       [](PF_ProgPtr, PF_EffectWorld*) { return Host::Current().Say("dispose_world"); }};
-  std::vector<float> pixels(24 * 16);
+  std::vector<float> pixels(24 * 16 + 1);
   auto* const data = reinterpret_cast<PF_Pixel*>(pixels.data());
+  auto* const askew = reinterpret_cast<PF_Pixel*>(reinterpret_cast<char*>(pixels.data()) + 2);
   for (const PF_EffectWorld& world :
        {PF_EffectWorld{0, nullptr, 96, 24, 16, 0, 0}, PF_EffectWorld{0, data, 96, 23, 16, 0, 0},
-        PF_EffectWorld{0, data, 96, 24, 15, 0, 0}, PF_EffectWorld{0, data, 92, 24, 16, 0, 0}}) {
+        PF_EffectWorld{0, data, 96, 24, 15, 0, 0}, PF_EffectWorld{0, data, 92, 24, 16, 0, 0},
+        PF_EffectWorld{0, data, -92, 24, 16, 0, 0}, PF_EffectWorld{0, data, 98, 24, 16, 0, 0},
+        PF_EffectWorld{0, askew, 96, 24, 16, 0, 0}}) {
     Frame host(4, false);
     made = world;
     host.replaced = {{{kPFWorldSuite, 1}, &kSuite}};
     EXPECT_EQ(host.RenderSmart(), PF_Err_OUT_OF_MEMORY);
     EXPECT_EQ(host.Lines({"new_world", "dispose_world"}), (Log{"new_world", "dispose_world"}));
   }
+  Frame host(4, false);
+  host.Allocate(made, 24, 16, 4, 0);
+  host.replaced = {{{kPFWorldSuite, 1}, &kSuite}};
+  EXPECT_EQ(host.RenderSmart(), 0) << "rows need no padding";
 }
 
 }  // namespace

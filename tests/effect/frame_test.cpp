@@ -119,6 +119,8 @@ const Row kRows[]{
      },
      9, 20},
     {"short span", [](Setup& s, RenderOptions&) { SetTo(s, "Time Span (sec)", 0.12); }, 9.4, 100},
+    {"span of less than a frame",
+     [](Setup& s, RenderOptions&) { SetTo(s, "Time Span (sec)", 0.01); }, 9, 30},
     {"point light, coloured, rough, strong reflection",
      [](Setup& s, RenderOptions&) {
        Choose(s, "Light Type", 2);
@@ -162,10 +164,11 @@ const Row kRows[]{
        MakeWobbly(s);
        AddLights(s);
      }},
-    {"region at third size, point light",
+    {"region at uneven size, point light",
      [](Setup& s, RenderOptions& o) {
-       o.region = PF_LRect{-5, 4, 20, 90};
-       o.downsample_x = o.downsample_y = {1, 3};
+       o.region = PF_LRect{3, 4, 20, 90};
+       o.downsample_x = {1, 3};
+       o.downsample_y = {1, 2};
        Choose(s, "Light Type", 2);
      },
      9, 30},
