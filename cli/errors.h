@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -28,6 +29,9 @@ struct InputError : Error {
 struct FileError : Error {
   explicit FileError(const std::string& message) : Error(ExitCode::kFile, message) {}
 };
+
+/// Any exception as what the program ends with. An Error without a message has been told already.
+Error AsError(const std::exception_ptr& exception);
 
 /// The user asked to stop, by a signal.
 struct Interrupted {

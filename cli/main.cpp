@@ -12,6 +12,7 @@
 #include "path_import.h"
 #include "render_arguments.h"
 #include "sheet_command.h"
+#include "standard_streams.h"
 #include "suggest.h"
 #include "validate_arguments.h"
 
@@ -76,6 +77,7 @@ void AddAbout(CLI::App& app, cli::AboutArguments& to) {
 }
 
 int Fail(std::string message, int code) {
+  if (message.empty()) return code;  // it has been told
   std::replace(message.begin(), message.end(), '\n', ' ');
   fmt::print(stderr, "vorlin: error: {}\n", message);
   return code;
@@ -137,6 +139,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    cli::GuardStandardStreams();
     return Run(argc, argv);
   } catch (...) {  // not even the message could be written
     return static_cast<int>(ExitCode::kFile);

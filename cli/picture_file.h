@@ -16,6 +16,10 @@ struct PictureSize {
   bool operator==(const PictureSize&) const = default;
 };
 
+/// From now on pictures are read and written without threads, so that the process can be forked. To
+/// be called before anything else here.
+void KeepPicturesSingleThreaded();
+
 /// What the file's header says. Throws FileError.
 PictureSize SizeOfPicture(const std::filesystem::path& path);
 

@@ -4,11 +4,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string_view>
+#include <thread>
 #include <type_traits>
 
 #include "errors.h"
@@ -208,6 +210,20 @@ class PictureReader {
 };
 
 }  // namespace
+
+void KeepPicturesSingleThreaded() {
+  const auto threads = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+  };
+  const auto before = threads();
+  OIIO::attribute("exr_threads", -1);
+  // Starts the library's threads only to end them, and does not wait for that. A process that is
+  // forked meanwhile may inherit a lock that nobody will open.
+  OIIO::attribute("threads", 1);
+  for (int tries = 0; tries < 2000 && threads() > before; ++tries) {
+    std::this_thread::sleep_for(std::chrono::microseconds(500));
+  }
+}
 
 PictureSize SizeOfPicture(const std::filesystem::path& path) {
   const SilencedStandardError silenced;

@@ -2,6 +2,7 @@
 
 #include "errors.h"
 #include "hosting/errors.h"
+#include "render_board.h"
 #include "scene_arguments.h"
 
 namespace cli {
@@ -52,6 +53,18 @@ void AddPicture(CLI::App& render, RenderArguments& to) {
       ->check(CLI::IsMember({8, 16, 32}))
       ->option_text("8|16|32");
   render
+      .add_option_function<std::string>(
+          "--pass", [&to](const std::string& pass) { to.field = pass == "field"; },
+          "the picture, or the relief itself as a one-channel EXR")
+      ->check(CLI::IsMember({"picture", "field"}))
+      ->option_text("picture|field");
+  render
+      .add_option_function<std::string>(
+          "--compression", [&to](const std::string& word) { to.small_files = word == "small"; },
+          "small packs files tighter and slower; default: fast")
+      ->check(CLI::IsMember({"fast", "small"}))
+      ->option_text("fast|small");
+  render
       .add_option("--alpha", to.alpha,
                   "how colours are stored: straight or premultiplied; default: EXR premultiplied, "
                   "others straight")
@@ -79,13 +92,34 @@ void AddPicture(CLI::App& render, RenderArguments& to) {
 void AddRunning(CLI::App& render, RenderArguments& to) {
   render.add_option("--effect", to.effect, "the effect's library, instead of VORLIN_EFFECT's")
       ->option_text("FILE");
-  render.add_option("--threads", to.threads, "threads to render a frame with; 0: all there are")
+  render.add_option("-j,--jobs", to.jobs, "frames to render at once; default: one a core")
+      ->option_text("N")
+      ->check(CLI::Range(1, kMostJobs));
+  render.add_option("--threads", to.threads, "threads a frame; default: the cores that jobs leave")
       ->option_text("N")
       ->check(CLI::NonNegativeNumber);
   render.add_flag("--classic", to.classic, "use the classic render command");
   render.add_option("--trace", to.trace, "write every call that the effect makes into a file")
       ->option_text("FILE");
-  render.add_flag("-q,--quiet", to.quiet, "show no progress");
+  const auto read_style = [&to](const std::string& style) {
+    to.progress = style == "json"    ? ProgressStyle::kJson
+                  : style == "plain" ? ProgressStyle::kPlain
+                                     : ProgressStyle::kLine;
+  };
+  auto* progress = render.add_option_function<std::string>(
+      "--progress", read_style, "a line, plain lines or JSON objects on standard error");
+  progress->check(CLI::IsMember({"line", "plain", "json"}))->option_text("line|plain|json");
+  render
+      .add_flag_callback(
+          "-q,--quiet", [&to] { to.progress = ProgressStyle::kNone; }, "show errors only")
+      ->excludes(progress);
+  render.add_flag("--json", to.json, "print what was written as one JSON object");
+  render
+      .add_option_function<std::string>(
+          "--stats", [&to](const std::string&) { to.statistics = true; },
+          "print times and memory as a line of JSON")
+      ->check(CLI::IsMember({"json"}))
+      ->option_text("json");
 }
 
 }  // namespace

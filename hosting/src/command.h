@@ -86,7 +86,8 @@ class Command {
   SmartFrame* smart = nullptr;
   World* input = nullptr;
   World* output = nullptr;
-  const AreaSampler* sampler = nullptr;  // of the whole input
+  std::vector<World>* kept_worlds = nullptr;  // where worlds of the effect's own end up
+  const AreaSampler* sampler = nullptr;       // of the whole input
   Ledger ledger;
 
  private:

@@ -44,18 +44,21 @@ void Ledger::CheckIn(const PF_ParamDef* record) {
 
 World& Ledger::Add(World world) { return worlds_.emplace_back(std::move(world)); }
 
-void Ledger::Dispose(const PF_EffectWorld& world) {
+std::optional<World> Ledger::Dispose(const PF_EffectWorld& world) {
   const auto at = std::find_if(worlds_.begin(), worlds_.end(),
                                [&](const World& w) { return w.record().data == world.data; });
   if (at == worlds_.end()) {
-    return Note("dispose of a world of " + SizeText(world.width, world.height) +
-                " that the effect does not hold");
+    Note("dispose of a world of " + SizeText(world.width, world.height) +
+         " that the effect does not hold");
+    return std::nullopt;
   }
   if (const std::string damage = at->GuardDamage(); !damage.empty()) {
     Note("the effect wrote outside its own world of " + SizeText(at->width(), at->height()) + ": " +
          damage);
   }
+  World given_back = std::move(*at);
   worlds_.erase(at);
+  return given_back;
 }
 
 void Ledger::Note(const std::string& breach) {

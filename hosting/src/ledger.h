@@ -1,6 +1,7 @@
 // What the effect has been lent during one command and has not yet given back.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +31,8 @@ class Ledger {
 
   /// Keeps the effect's new world.
   World& Add(World world);
-  /// Frees the world with these pixels; notes a breach when there is none.
-  void Dispose(const PF_EffectWorld& world);
+  /// Lets go of the world with these pixels; notes a breach when there is none.
+  std::optional<World> Dispose(const PF_EffectWorld& world);
   const std::vector<World>& worlds() const { return worlds_; }
 
   /// Notes what the effect did wrong. The first stands: later ones often follow from it.

@@ -62,6 +62,7 @@ struct Renderer::State {
   World RenderSmart(A_long layer_time);
   World RenderClassic(A_long layer_time);
   void Attach(Command& command, A_long layer_time);
+  void PlaceWorlds(const World& output);
 
   const Effect* effect;
   Setup setup;
@@ -70,6 +71,7 @@ struct Renderer::State {
   PF_LRect bounds{};  // of the layer, in buffer pixels
   PF_LRect region{};  // what is asked for
   std::shared_ptr<PreparedLayer> layer;
+  std::vector<World> worlds;  // kept of the effect's own in this frame
 };
 
 PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
@@ -96,6 +98,12 @@ void Renderer::State::Attach(Command& command, A_long layer_time) {
   command.out_data.out_flags2 = effect->out_flags2();
   command.progress = &options.progress;
   command.workers = &workers;
+  worlds.clear();
+  if (options.keep_worlds) command.kept_worlds = &worlds;
+}
+
+void Renderer::State::PlaceWorlds(const World& output) {
+  for (World& world : worlds) world.SetOrigin(output.rect().left, output.rect().top);
 }
 
 World Renderer::State::RenderSmart(A_long layer_time) {
@@ -133,6 +141,7 @@ World Renderer::State::RenderSmart(A_long layer_time) {
   PF_SmartRenderCallbacks callbacks = SmartRenderCallbacks();
   PF_SmartRenderExtra extra{&render_input, &callbacks};
   render.Run(nullptr, &extra);
+  PlaceWorlds(output);
   if (!options.layout.guards && Inside(region, result) && Inside(result, region)) return output;
   CopyOverlap(output, picture);
   return picture;
@@ -149,6 +158,7 @@ World Renderer::State::RenderClassic(A_long layer_time) {
   render.Lend(output);
   render.params[0].u.ld = layer->world.record();
   render.Run(output.lend());
+  PlaceWorlds(output);
 
   World picture = WorldFor(region, options.depth, {});
   picture.Clear();
@@ -170,7 +180,7 @@ Frame Renderer::Render(A_long comp_time) {
   if (!s.setup.layer_span.Holds(s.setup.time.Seconds(comp_time))) {
     World nothing = WorldFor(s.region, s.options.depth, {});
     nothing.Clear();
-    return {std::move(nothing), nullptr};
+    return {std::move(nothing), nullptr, {}};
   }
   const std::int64_t layer_time = std::int64_t{comp_time} - s.setup.layer_start;
   if (layer_time != static_cast<A_long>(layer_time)) {
@@ -179,7 +189,7 @@ Frame Renderer::Render(A_long comp_time) {
   const auto time = static_cast<A_long>(layer_time);
   s.LayerAt(time);
   World picture = s.options.smart ? s.RenderSmart(time) : s.RenderClassic(time);
-  return {std::move(picture), {s.layer, &s.layer->world}};
+  return {std::move(picture), {s.layer, &s.layer->world}, std::move(s.worlds)};
 }
 
 }  // namespace hosting

@@ -32,7 +32,8 @@ PF_Err DisposeWorld(PF_ProgPtr effect_ref, CallKind kind, PF_EffectWorld* world)
   if (command == nullptr || world == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
   const Argument width = Arg("width", world->width);
   const Argument height = Arg("height", world->height);
-  command->ledger.Dispose(*world);
+  std::optional<World> own = command->ledger.Dispose(*world);
+  if (own && command->kept_worlds != nullptr) command->kept_worlds->push_back(std::move(*own));
   return command->Arrive(kind, {width, height});
 }
 

@@ -81,6 +81,9 @@ const hosting::Effect& TheEffect() {
 
 namespace {
 
+/// Seconds; a program that hangs fails its test.
+constexpr unsigned kLongestRun = 120;
+
 /// Whether the current folder holds a file that is not complete.
 bool IsBeingWritten() {
   const auto entries = std::filesystem::directory_iterator(".");
@@ -104,6 +107,7 @@ RunResult RunVorlin(std::vector<std::string> arguments, int signal) {
   if (child == 0) {
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
+    alarm(kLongestRun);
     execv(VORLIN, argv.data());
     _exit(127);
   }

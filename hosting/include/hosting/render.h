@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "hosting/calls.h"
 #include "hosting/effect.h"
@@ -30,6 +31,7 @@ struct RenderOptions {
   Progress progress;
   Observer observer;
   WorldLayout layout;
+  bool keep_worlds = false;  // hand out what the effect made for itself: Frame::worlds
 };
 
 struct Frame {
@@ -37,6 +39,9 @@ struct Frame {
   World picture;
   /// The layer itself, at the same depth and down-sampling. Null where the layer is not there.
   std::shared_ptr<const World> layer;
+  /// With RenderOptions::keep_worlds the worlds that the effect made, as it gave them back, in that
+  /// order; placed where the effect's output lies.
+  std::vector<World> worlds;
 };
 
 /// Renders frames of one setup. Commands run one at a time in a process, whatever the number of
