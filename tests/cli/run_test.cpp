@@ -66,7 +66,7 @@ TEST_F(Runs, LeaveExactlyTheirFrames) {
   EXPECT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(Entries(), With({"o.0000.png", "o.0001.png", "o.0002.png", "o.0003.png"}));
-  EXPECT_EQ(result.err.find("frame 0: 1 of 4 done, "), 0U) << result.err;
+  EXPECT_NE(result.err.find(": 1 of 4 done, "), std::string::npos) << result.err;
 
   EXPECT_EQ(
       RunVorlin({"sheet", "o.####.png", "-o", "s.png", "--columns", "3", "--width", "32"}).err, "");
