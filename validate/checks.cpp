@@ -18,6 +18,8 @@ std::span<const Check> AllChecks() {
        Axes::kOnce, 5, CheckSupervision},
       {"reload", "1000 times loaded and unloaded without leaving anything open", 1, Axes::kOnce, 20,
        CheckReload},
+      {"host", "the host itself keeps its word, as an effect sees it", 1, Axes::kOnce, 10,
+       CheckHost},
       {"books", "all is given back in order; input, padding and all but the stroke untouched", 1,
        Axes::kAll, 5, CheckBooks},
       {"worlds", "null worlds, no pixels, empty request, unknown format", 1, Axes::kAll, 5,

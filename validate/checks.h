@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "config.h"
+#include "pf_effect.h"
 #include "report.h"
 
 namespace validate {
@@ -17,6 +18,7 @@ struct Case {
   Config config;
   std::string fault;  // to be tried alone; empty: all
   unsigned seed = 1;
+  PF_MainEntry between = nullptr;  // what a test puts between the host and its probe
   Report& report;
 
   /// Whether to try that fault; if so, it is what is being tried from now on.
@@ -51,6 +53,7 @@ void CheckPreRender(const Case&);
 void CheckSupervision(const Case&);
 void CheckReload(const Case&);
 void CheckBooks(const Case&);
+void CheckHost(const Case&);    // host.cpp
 void SweepFaults(const Case&);  // sweep.cpp
 void SweepProgress(const Case&);
 void SweepAllocations(const Case&);

@@ -96,8 +96,8 @@ class Session {
     RunJobs(
         jobs_,
         [&](std::size_t i, Report& report) {
-          jobs_[i].check->run(
-              {options_.plugin, jobs_[i].config, options_.fault, options_.seed, report});
+          jobs_[i].check->run({options_.plugin, jobs_[i].config, options_.fault, options_.seed,
+                               options_.between, report});
         },
         [&](std::size_t i, const Result& result) { Note(jobs_[i], result); });
     seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

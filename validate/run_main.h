@@ -5,6 +5,7 @@
 #include <string>
 
 #include "hosting/errors.h"
+#include "pf_effect.h"
 
 namespace validate {
 
@@ -16,6 +17,7 @@ struct Options {
   std::string fault;   // one thing to try; empty: all
   unsigned seed = 1;
   bool json = false;
+  PF_MainEntry between = nullptr;  // a faulty host's calls, for check "host"; null: the host's own
   std::string program = "vorlin validate";  // how a replay is written
 };
 

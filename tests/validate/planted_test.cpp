@@ -1,10 +1,12 @@
-// The validator is tested by what it must catch: effects with one fault each, each by its own
-// check.
+// The validator is tested by what it must catch: effects and hosts with one fault each, each by its
+// own check.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "faulty_host.h"
 #include "run_main.h"
 
 namespace {
@@ -33,12 +35,30 @@ int Validate(const std::string& plugin, const char* fault, const char* check, co
   return code;
 }
 
+/// Says at the end how many faults were caught.
+class Tally : public testing::Environment {
+ public:
+  static inline int planted = 0;
+  static inline int caught = 0;
+  void TearDown() override {
+    if (planted > 0) std::printf("%d of %d planted faults caught\n", caught, planted);
+  }
+};
+const testing::Environment* const kTally = testing::AddGlobalTestEnvironment(new Tally);
+
+void Count(bool caught) {
+  ++Tally::planted;
+  Tally::caught += caught;
+}
+
 class PlantedFaults : public testing::TestWithParam<Planted> {};
 
 TEST_P(PlantedFaults, IsCaughtByItsCheck) {
   const auto& [fault, check, config] = GetParam();
   ASSERT_EQ(Validate(FAULTY_EFFECT, "", check, config), 0) << "the sound effect must pass";
-  EXPECT_EQ(Validate(FAULTY_EFFECT, fault, check, config), 4);
+  const int code = Validate(FAULTY_EFFECT, fault, check, config);
+  EXPECT_EQ(code, 4);
+  Count(code == 4);
 }
 
 constexpr Planted kPlanted[]{
@@ -88,15 +108,78 @@ INSTANTIATE_TEST_SUITE_P(All, PlantedFaults, testing::ValuesIn(kPlanted), [](con
   return name;
 });
 
+struct HostFault {
+  const char* fault;
+  const char* told;  // a part of what is said of it
+};
+
+constexpr HostFault kHostFaults[]{
+    {"does not clear", "is cleared when asked"},
+    {"swaps width and height", "the size asked for"},
+    {"hands out a world twice", "new worlds lie apart"},
+    {"keeps worlds", "no disposal of a new world"},
+    {"tells another format", "the output's format is told"},
+    {"samples beside", "a sample of one pixel"},
+    {"takes any version", "versions are tables of their own"},
+    {"has every suite", "a suite that is not there is refused"},
+    {"forgets a release", "no ReleaseSuite"},
+    {"releases another version", "which is not acquired"},
+    {"answers for another time", "answered for any time"},
+    {"answers for another control", "a point is answered"},
+    {"refuses nothing", "a control that is not there is refused"},
+    {"forgets a check-in", "no checkin_param"},
+    {"never cancels", "cancelled when the user asks"},
+    {"fills all but the last row", "fill clears all"},
+    {"leaves out a column", "visits every pixel once"},
+    {"renders a row twice", "visits every pixel once"},
+    {"mirrors the rows", "visits every pixel once"},
+    {"loses a pixel's code", "returns its pixel's code"},
+    {"reckons crudely", "arithmetic"},
+    {"writes the input", "holds the layer's pixels"},
+    {"forgets the padding", "rows are padded"},
+    {"lends a smaller output", "covers what was asked for"},
+    {"lends one world as both", "input and output lie apart"},
+    {"forgets the origin", "covers what was asked for"},
+    {"lends nothing", "worlds are lent"},
+    {"tells another extent", "extent is told"},
+    {"is late", "PF_Cmd_SMART_PRE_RENDER with 516"},
+    {"halves the layer", "has the layer's size"},
+};
+
+int ValidateHost(const char* fault) {
+  PlantHostFault(fault);
+  validate::Options options;
+  options.plugin = FAULTY_EFFECT;
+  options.only = "host";
+  options.between = FaultyHost;
+  return validate::RunMain(options);
+}
+
+TEST(PlantedFaults, OfTheHostAreCaught) {
+  EXPECT_EQ(ValidateHost(""), 0) << "the sound host must pass";
+  for (const auto& [fault, told] : kHostFaults) {
+    testing::internal::CaptureStdout();
+    const int code = ValidateHost(fault);
+    const std::string said = testing::internal::GetCapturedStdout();
+    const bool caught = code == 4 && said.find(told) != std::string::npos;
+    EXPECT_TRUE(caught) << fault << "\n" << said;
+    Count(caught);
+  }
+}
+
 TEST(PlantedFaults, ASecondSymbolIsCaught) {
   EXPECT_EQ(Validate(FAULTY_EFFECT, "", "exports", kOnce), 0);
-  EXPECT_EQ(Validate(TWO_SYMBOLS, "", "exports", kOnce), 4);
+  const int code = Validate(TWO_SYMBOLS, "", "exports", kOnce);
+  EXPECT_EQ(code, 4);
+  Count(code == 4);
 }
 
 TEST(PlantedFaults, AProcessOfItsOwnIsCaught) {
   // Only two processes can tell that they disagree.
   EXPECT_EQ(Validate(FAULTY_EFFECT, "", "", k8), 0);
-  EXPECT_EQ(Validate(FAULTY_EFFECT, "process", "", k8), 4);
+  const int code = Validate(FAULTY_EFFECT, "process", "", k8);
+  EXPECT_EQ(code, 4);
+  Count(code == 4);
 }
 
 TEST(Selection, OfNothingFails) {
