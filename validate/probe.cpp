@@ -245,7 +245,8 @@ class Look {
       ++visits.astray;
       return 0;
     }
-    ++visits.counts[static_cast<std::size_t>(y * world.width + x)];
+    ++visits.counts[static_cast<std::size_t>(y) * static_cast<std::size_t>(world.width) +
+                    static_cast<std::size_t>(x)];
     *out = {};
     return visits.fails && x == 1 && y == world.height / 2 ? kPixelCode : 0;
   }
@@ -265,7 +266,8 @@ class Look {
   }
 
   PF_Err AtPass() const {
-    const auto pixels = static_cast<std::size_t>(output_.width * output_.height);
+    const auto pixels =
+        static_cast<std::size_t>(output_.width) * static_cast<std::size_t>(output_.height);
     Visits failing{output_, std::vector<std::atomic<int>>(pixels)};
     failing.fails = true;
     const PF_Err code = Iterate(failing);
