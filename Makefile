@@ -2,7 +2,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: build demo test bench coverage clean
+.PHONY: build demo gallery schemas package test bench coverage clean
 
 build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
@@ -16,6 +16,25 @@ demo: $(BUILD)/build.ninja
 	@echo
 	@echo "90 frames:       demo/ribbon.0000.png to demo/ribbon.0089.png"
 	@echo "contact sheet:   demo/ribbon_sheet.png"
+
+# The pictures of docs/looks.md and the README, at the moment each scene looks best.
+LOOKS := glass-thread:2.95 honey:2.95 ink:2.95 lava:2.95 mercury:2.95 neon:2.95
+gallery: $(BUILD)/build.ninja
+	cmake --build $(BUILD) --target vorlin vorlin_effect
+	set -e; for look in $(LOOKS); do name=$${look%:*}; \
+	  $(BUILD)/cli/vorlin render scenes/$$name.json --preset $$name --time $${look#*:} --over layer -q -y -o $(BUILD)/look.png; \
+	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
+	done
+
+# What editors complete scenes and presets from.
+schemas: $(BUILD)/build.ninja
+	cmake --build $(BUILD) --target vorlin vorlin_effect
+	$(BUILD)/cli/vorlin schema | python3 -m json.tool --compact >scenes/scene.schema.json
+	$(BUILD)/cli/vorlin schema --preset | python3 -m json.tool --compact >presets/preset.schema.json
+
+package: build
+	cd $(BUILD) && cpack
+	@ls $(BUILD)/*.deb
 
 test: build
 	ctest --preset $(PRESET)

@@ -51,7 +51,7 @@ void RunCheck(const AboutArguments& arguments) {
 
 void RunSchema(const AboutArguments& arguments) {
   const hosting::Effect effect(FindEffect(arguments.effect));
-  PrintJson(SceneSchema(effect.controls()));
+  PrintJson(arguments.preset ? PresetSchema(effect.controls()) : SceneSchema(effect.controls()));
 }
 
 }  // namespace cli

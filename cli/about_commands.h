@@ -10,6 +10,7 @@ struct AboutArguments {
   std::filesystem::path effect;  // empty: the one that belongs to this program
   std::filesystem::path scene;
   bool json = false;
+  bool preset = false;  // not of scenes
 };
 
 /// The effect's own about text.
@@ -21,7 +22,7 @@ void RunControls(const AboutArguments& arguments);
 /// Reads and judges the scene without rendering.
 void RunCheck(const AboutArguments& arguments);
 
-/// A JSON Schema of scenes.
+/// A JSON Schema of scenes or of presets.
 void RunSchema(const AboutArguments& arguments);
 
 }  // namespace cli

@@ -7,11 +7,13 @@
 #include <new>
 
 #include "about_commands.h"
+#include "completion_arguments.h"
 #include "errors.h"
+#include "help_format.h"
 #include "hosting/errors.h"
 #include "path_import.h"
 #include "render_arguments.h"
-#include "sheet_command.h"
+#include "sheet_arguments.h"
 #include "standard_streams.h"
 #include "suggest.h"
 #include "validate_arguments.h"
@@ -19,17 +21,6 @@
 namespace {
 
 using cli::ExitCode;
-
-void AddSheet(CLI::App& app, cli::SheetArguments& to) {
-  CLI::App* sheet = app.add_subcommand("sheet", "Put numbered pictures side by side into one");
-  sheet->add_option("PICTURES", to.pictures, "the pictures, as out.####.png")->required();
-  sheet->add_option("-o,--output", to.output, "the picture to write")->required();
-  sheet->add_option("-F,--frames", to.frames, "which of them, as 0-89x10; default: all");
-  sheet->add_option("--columns", to.columns, "pictures in a row")->check(CLI::PositiveNumber);
-  sheet->add_option("--width", to.width, "pixels of a picture's width on the sheet")
-      ->check(CLI::Range(1, 30000));
-  sheet->callback([&to] { cli::RunSheet(to); });
-}
 
 void AddImportPath(CLI::App& app, cli::PathImport& to) {
   CLI::App* command = app.add_subcommand("import-path", "Print a drawn path as \"Brush Position\"");
@@ -50,7 +41,9 @@ void AddImportPath(CLI::App& app, cli::PathImport& to) {
                                          "smooth starts and ends gently; default: linear")
       ->check(CLI::IsMember({"linear", "smooth"}))
       ->option_text("linear|smooth");
-  command->add_option("--frame-rate", to.frame_rate, "of the CSV's frames; default: 30")
+  command->add_option("--layer", to.layer, "fit the path to this picture; print a whole scene")
+      ->option_text("FILE");
+  command->add_option("--frame-rate", to.frame_rate, "of CSV rows and the scene; default: 30")
       ->check(CLI::PositiveNumber)
       ->option_text("RATE");
   command->callback([&to] { cli::RunImportPath(to); });
@@ -72,6 +65,7 @@ void AddAbout(CLI::App& app, cli::AboutArguments& to) {
   check->add_option("SCENE", to.scene, "the scene's file")->required()->option_text(" ");
   check->callback([&to] { cli::RunCheck(to); });
   CLI::App* schema = app.add_subcommand("schema", "Print a JSON Schema of scenes");
+  schema->add_flag("--preset", to.preset, "of presets instead");
   schema->callback([&to] { cli::RunSchema(to); });
   for (CLI::App* command : {about, controls, check, schema}) AddEffect(*command, to);
 }
@@ -103,17 +97,20 @@ void CheckCommand(const CLI::App& app, int argc, char** argv) {
 /// The exit code; everything that goes wrong has been said.
 int Run(int argc, char** argv) {
   CLI::App app("Draws liquid strokes into pictures.", "vorlin");
+  app.formatter(std::make_shared<cli::HelpFormat>());
   app.require_subcommand(1);
+  app.set_version_flag("--version", "vorlin " VORLIN_VERSION, "Print the version and exit");
   cli::RenderArguments render;
   cli::SheetArguments sheet;
   cli::AboutArguments about;
   cli::PathImport path;
   cli::AddRender(app, render);
-  AddSheet(app, sheet);
+  cli::AddSheet(app, sheet);
   AddAbout(app, about);
   AddImportPath(app, path);
   int exit_code = 0;
   cli::AddValidate(app, exit_code);
+  cli::AddCompletion(app);
   try {
     CheckCommand(app, argc, argv);
     app.parse(argc, argv);

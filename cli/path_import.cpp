@@ -2,12 +2,17 @@
 
 #include <fmt/format.h>
 
+#include <json/json.h>
+
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <sstream>
 
 #include "errors.h"
 #include "hosting/motion_path.h"
-#include "svg_path.h"
+#include "layer_source.h"
+#include "svg_drawing.h"
 #include "text_file.h"
 
 namespace cli {
@@ -42,8 +47,39 @@ std::vector<Key<Point>> FromCsv(const PathImport& wanted) {
   return keys;
 }
 
+/// The page's, or the picture's in it, way onto the layer.
+Affine ToLayer(const DrawnPath& drawing, const std::filesystem::path& layer_file) {
+  const LayerSource layer = OpenLayer(layer_file);
+  Affine frame = drawing.picture;
+  if (!drawing.has_picture) {
+    const double w = drawing.page_width;
+    const double h = drawing.page_height;
+    // A page is rarely exactly as wide as it should be.
+    constexpr double kAlike = 0.02;
+    if (!(std::abs(w * layer.height - h * layer.width) <= kAlike * h * layer.width)) {
+      throw InputError(fmt::format(
+          "the drawing's page ({:.0f} x {:.0f}) and the layer ({} x {}) differ in shape; draw the "
+          "path over the picture itself, opened in the editor",
+          w, h, layer.width, layer.height));
+    }
+    frame = {w, 0, 0, h, 0, 0};
+  }
+  return Affine{static_cast<double>(layer.width), 0, 0, static_cast<double>(layer.height), 0, 0} *
+         frame.Inverse();
+}
+
+std::vector<Curve> DrawnCurves(const PathImport& wanted) {
+  DrawnPath drawing = ReadDrawnPath(ReadTextFile(wanted.file), wanted.id);
+  if (wanted.layer.empty()) return drawing.curves;
+  const Affine to_layer = ToLayer(drawing, wanted.layer);
+  for (Curve& curve : drawing.curves) {
+    for (Point& point : curve) point = to_layer(point);
+  }
+  return drawing.curves;
+}
+
 std::vector<Key<Point>> FromSvg(const PathImport& wanted) {
-  const std::vector<Curve> curves = ParseSvgPath(FindSvgPath(ReadTextFile(wanted.file), wanted.id));
+  const std::vector<Curve> curves = DrawnCurves(wanted);
   if (curves.empty()) throw InputError("the SVG's path has no length");
   std::vector<double> lengths{0};  // from the start to the end of each curve
   for (const Curve& c : curves) {
@@ -77,25 +113,47 @@ std::vector<Key<Point>> ImportPath(const PathImport& wanted) {
   throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
 }
 
+namespace {
+
+std::string Rounded(double value) { return fmt::format("{:.6g}", value); }
+
+std::string AsJson(const Key<Point>& key) {
+  const auto pair = [](double a, double b) {
+    return fmt::format("[{}, {}]", Rounded(a), Rounded(b));
+  };
+  std::string text = fmt::format("\"time\": {}, \"value\": {}", Rounded(key.seconds),
+                                 pair(key.value.x, key.value.y));
+  const auto add = [&](const char* name, double a, double b) {
+    text += fmt::format(", \"{}\": {}", name, pair(a, b));
+  };
+  if (key.in != hosting::kLinear) add("in", key.in.time, key.in.progress);
+  if (key.out != hosting::kLinear) add("out", key.out.time, key.out.progress);
+  if (key.in_tangent != Point{}) add("in_tangent", key.in_tangent.x, key.in_tangent.y);
+  if (key.out_tangent != Point{}) add("out_tangent", key.out_tangent.x, key.out_tangent.y);
+  return fmt::format("{{{}}}", text);
+}
+
+/// `"Brush Position": {...}`, each line after `indent`.
+std::string BrushPosition(const std::vector<Key<Point>>& keys, const std::string& indent) {
+  std::vector<std::string> lines;
+  for (const Key<Point>& key : keys) lines.push_back(fmt::format("{}    {}", indent, AsJson(key)));
+  return fmt::format("{0}\"Brush Position\": {{\n{0}  \"keys\": [\n{1}\n{0}  ]\n{0}}}\n", indent,
+                     fmt::join(lines, ",\n"));
+}
+
+}  // namespace
+
 void RunImportPath(const PathImport& wanted) {
   const std::vector<Key<Point>> keys = ImportPath(wanted);
-  const auto round = [](double v) { return fmt::format("{:.6g}", v); };
-  const auto pair = [&](double a, double b) { return fmt::format("[{}, {}]", round(a), round(b)); };
-  fmt::print("\"Brush Position\": {{\n  \"keys\": [\n");
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    const Key<Point>& key = keys[i];
-    std::string line = fmt::format("\"time\": {}, \"value\": {}", round(key.seconds),
-                                   pair(key.value.x, key.value.y));
-    const auto add = [&](const char* name, double a, double b) {
-      line += fmt::format(", \"{}\": {}", name, pair(a, b));
-    };
-    if (key.in != hosting::kLinear) add("in", key.in.time, key.in.progress);
-    if (key.out != hosting::kLinear) add("out", key.out.time, key.out.progress);
-    if (key.in_tangent != Point{}) add("in_tangent", key.in_tangent.x, key.in_tangent.y);
-    if (key.out_tangent != Point{}) add("out_tangent", key.out_tangent.x, key.out_tangent.y);
-    fmt::print("    {{{}}}{}\n", line, i + 1 < keys.size() ? "," : "");
+  if (wanted.layer.empty()) {
+    fmt::print("{}", BrushPosition(keys, ""));
+    return;
   }
-  fmt::print("  ]\n}}\n");
+  fmt::print(
+      "{{\n  \"layer\": {},\n  \"frame_rate\": {},\n  \"duration\": {},\n  \"controls\": {{\n{}  "
+      "}}\n}}\n",
+      Json::valueToQuotedString(wanted.layer.string().c_str()), Rounded(wanted.frame_rate),
+      Rounded(std::max(keys.back().seconds, 1 / wanted.frame_rate)), BrushPosition(keys, "    "));
 }
 
 }  // namespace cli

@@ -64,12 +64,9 @@ void AddPicture(CLI::App& render, RenderArguments& to) {
           "small packs files tighter and slower; default: fast")
       ->check(CLI::IsMember({"fast", "small"}))
       ->option_text("fast|small");
-  render
-      .add_option("--alpha", to.alpha,
-                  "how colours are stored: straight or premultiplied; default: EXR premultiplied, "
-                  "others straight")
+  render.add_option("--alpha", to.alpha, "how colours are stored; default: premultiplied in EXR")
       ->check(CLI::IsMember({"straight", "premultiplied"}))
-      ->option_text("KIND");
+      ->option_text("straight|premultiplied");
   render
       .add_option("--over", to.over,
                   "put the stroke over the layer, a colour, a checkerboard or a picture")
@@ -126,7 +123,8 @@ void AddRunning(CLI::App& render, RenderArguments& to) {
 
 void AddRender(CLI::App& app, RenderArguments& to) {
   CLI::App* render = app.add_subcommand("render", "Render frames of a scene into pictures");
-  AddSceneArguments(*render, to.scene, to.changes);
+  AddScene(*render, to.scene);
+  AddSceneChanges(*render, to.changes);
   AddFiles(*render, to);
   AddFrames(*render, to);
   AddPicture(*render, to);

@@ -6,8 +6,11 @@
 
 namespace cli {
 
-void AddSceneArguments(CLI::App& command, std::filesystem::path& scene, SceneChanges& changes) {
+void AddScene(CLI::App& command, std::filesystem::path& scene) {
   command.add_option("SCENE", scene, "the scene's file")->required()->option_text(" ");
+}
+
+void AddSceneChanges(CLI::App& command, SceneChanges& changes) {
   command
       .add_option_function<std::string>(
           "--preset", [&changes](const std::string& name) { changes.preset = FindPreset(name); },

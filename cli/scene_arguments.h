@@ -7,7 +7,10 @@
 
 namespace cli {
 
-/// The arguments that name a scene and what is laid over its controls.
-void AddSceneArguments(CLI::App& command, std::filesystem::path& scene, SceneChanges& changes);
+/// The argument that names a scene.
+void AddScene(CLI::App& command, std::filesystem::path& scene);
+
+/// The options for what is laid over the scene's controls.
+void AddSceneChanges(CLI::App& command, SceneChanges& changes);
 
 }  // namespace cli

@@ -139,25 +139,35 @@ Json::Value Lights() {
   return out;
 }
 
+Json::Value Titled(Json::Value schema, const char* title) {
+  schema["$schema"] = "https://json-schema.org/draft/2020-12/schema";
+  schema["title"] = title;
+  return schema;
+}
+
 }  // namespace
+
+Json::Value PresetSchema(const std::vector<ControlInfo>& controls) {
+  const Json::Value preset =
+      Object({{"$schema", Type("string")}, {"controls", Controls(controls)}}, {"controls"});
+  return Titled(preset, "A vorlin preset");
+}
 
 Json::Value SceneSchema(const std::vector<ControlInfo>& controls) {
   const Json::Value rate = AnyOf({Type("number"), Type("string")});
-  Json::Value out = Object({{"$schema", Type("string")},
-                            {"layer", Type("string")},
-                            {"frame_rate", rate},
-                            {"duration", Type("number")},
-                            {"pixel_aspect", Numbers(2)},
-                            {"controls", Controls(controls)},
-                            {"lights", Lights()},
-                            {"layer_start", Type("number")},
-                            {"layer_in", Type("number")},
-                            {"layer_out", Type("number")},
-                            {"layer_frame_rate", rate}},
-                           {"layer", "duration"});
-  out["$schema"] = "https://json-schema.org/draft/2020-12/schema";
-  out["title"] = "A vorlin scene";
-  return out;
+  const Json::Value scene = Object({{"$schema", Type("string")},
+                                    {"layer", Type("string")},
+                                    {"frame_rate", rate},
+                                    {"duration", Type("number")},
+                                    {"pixel_aspect", Numbers(2)},
+                                    {"controls", Controls(controls)},
+                                    {"lights", Lights()},
+                                    {"layer_start", Type("number")},
+                                    {"layer_in", Type("number")},
+                                    {"layer_out", Type("number")},
+                                    {"layer_frame_rate", rate}},
+                                   {"layer", "duration"});
+  return Titled(scene, "A vorlin scene");
 }
 
 }  // namespace cli

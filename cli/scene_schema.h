@@ -12,4 +12,7 @@ namespace cli {
 /// controls.
 Json::Value SceneSchema(const std::vector<hosting::ControlInfo>& controls);
 
+/// The same for presets, which hold controls alone.
+Json::Value PresetSchema(const std::vector<hosting::ControlInfo>& controls);
+
 }  // namespace cli

@@ -5,7 +5,6 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <regex>
 
 #include "errors.h"
 
@@ -137,25 +136,8 @@ class PathReader {
   Piece last_ = Piece::kLine;
 };
 
-/// The attribute's value in an element's text; empty when it is not there.
-std::string Attribute(const std::string& element, const std::string& name) {
-  const std::regex pattern("\\s" + name + R"(\s*=\s*(?:"([^"]*)\"|'([^']*)'))");
-  std::smatch found;
-  if (!std::regex_search(element, found, pattern)) return {};
-  return found[1].matched ? found[1] : found[2];
-}
-
 }  // namespace
 
 std::vector<Curve> ParseSvgPath(std::string_view d) { return PathReader(d).Read(); }
-
-std::string FindSvgPath(const std::string& svg, const std::string& id) {
-  for (std::size_t at = svg.find("<path"); at != svg.npos; at = svg.find("<path", at + 1)) {
-    const std::string element = svg.substr(at, svg.find('>', at) - at);
-    if (id.empty() || Attribute(element, "id") == id) return Attribute(element, "d");
-  }
-  throw InputError(id.empty() ? "the SVG has no path"
-                              : fmt::format("the SVG has no path with the id \"{}\"", id));
-}
 
 }  // namespace cli

@@ -16,8 +16,4 @@ using Curve = std::array<hosting::Point, 4>;
 /// no length left out. Throws InputError for what is no path, and for arcs.
 std::vector<Curve> ParseSvgPath(std::string_view d);
 
-/// The "d" of the path element with this id, or of the first one when `id` is empty. Throws
-/// InputError when there is none.
-std::string FindSvgPath(const std::string& svg, const std::string& id);
-
 }  // namespace cli

@@ -1,5 +1,5 @@
-# What `cmake --install` puts where: the program, the effect with its manifest, and the host library with
-# its headers, a CMake package (vorlin::hosting, vorlin_EFFECT) and a pkg-config file (vorlin-hosting).
+# What `cmake --install` puts where: the program with its manual page, completions and looks, the effect with
+# its manifest, and the host library with its headers, a CMake package (vorlin::hosting, vorlin_EFFECT) and a pkg-config file (vorlin-hosting).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -10,7 +10,28 @@ set(VORLIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorlin)
 install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
 install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
-install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/presets DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlin)
+
+# Made by the program itself. Builds with sanitizers are not for installing.
+if(NOT VORLIN_SANITIZE)
+  set(VORLIN_PAGES ${PROJECT_BINARY_DIR}/pages)
+  add_custom_command(
+    OUTPUT ${VORLIN_PAGES}/vorlin.1
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${VORLIN_PAGES}
+    COMMAND vorlin man > ${VORLIN_PAGES}/vorlin.1
+    COMMAND vorlin completion bash > ${VORLIN_PAGES}/vorlin
+    COMMAND vorlin completion zsh > ${VORLIN_PAGES}/_vorlin
+    COMMAND vorlin completion fish > ${VORLIN_PAGES}/vorlin.fish
+    DEPENDS vorlin vorlin_effect)
+  add_custom_target(pages ALL DEPENDS ${VORLIN_PAGES}/vorlin.1)
+  install(FILES ${VORLIN_PAGES}/vorlin.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  set(data ${CMAKE_INSTALL_DATADIR})
+  install(FILES ${VORLIN_PAGES}/vorlin DESTINATION ${data}/bash-completion/completions)
+  install(FILES ${VORLIN_PAGES}/vorlin.fish DESTINATION ${data}/fish/vendor_completions.d)
+  # The first is where zsh looks, the second where Debian's packages put theirs.
+  install(FILES ${VORLIN_PAGES}/_vorlin DESTINATION ${data}/zsh/site-functions)
+  install(FILES ${VORLIN_PAGES}/_vorlin DESTINATION ${data}/zsh/vendor-completions)
+endif()
 
 set_target_properties(vorlin_hosting PROPERTIES EXPORT_NAME hosting)
 install(

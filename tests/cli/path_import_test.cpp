@@ -2,7 +2,7 @@
 
 #include "scene.h"
 #include "support.h"
-#include "svg_path.h"
+#include "svg_drawing.h"
 
 namespace cli {
 namespace {
@@ -47,12 +47,96 @@ TEST(SvgPath, CommandsBecomeCurves) {
             "SVG path: \"A\" is not supported; convert the path to lines and Bezier curves");
 }
 
+TEST(SvgDrawing, PathsLieWhereTheEditorShowsThem) {
+  // The path M0 0 L10 0 within different surroundings.
+  const std::string path = R"(<path d="M0 0L10 0" id="p"/>)";
+  struct Case {
+    std::string root;
+    std::string within;
+    Point start;
+    Point end;
+  };
+  const Case cases[] = {
+      {"<svg>", path, {0, 0}, {10, 0}},
+      {"<svg width='20mm' height='10mm' viewBox='0 0 20 10'>", path, {0, 0}, {37.795, 0}},
+      {"<svg width='200' height='100px' viewBox='5 0 20 10'>", path, {-50, 0}, {50, 0}},
+      // A page of another shape than the view box: the box in its middle, or stretched.
+      {"<svg width='200' height='200' viewBox='0 0 20 10'>", path, {0, 50}, {100, 50}},
+      {"<svg width='200' height='200' viewBox='0 0 20 10' preserveAspectRatio=\"none\">",
+       "<g transform='translate(0,1)'>" + path + "</g>",
+       {0, 20},
+       {100, 20}},
+      {"<svg width='100%' height='100%' viewBox='0 0 20 10'>", path, {0, 0}, {10, 0}},
+      {"<svg>",
+       "<g transform='translate(3 4) scale(2)'><g transform='rotate(90)'>" + path + "</g></g>",
+       {3, 4},
+       {3, 24}},
+      {"<svg>",
+       "<g transform='scale(9)'/><svg:g transform = 'matrix(0 1 -1 0 5,6)' >" + path + "</svg:g>",
+       {5, 6},
+       {5, 16}},
+      {"<svg>", "<g transform='rotate(180, 5, 1)skewY(45)'>" + path + "</g>", {10, 2}, {0, -8}},
+      // Not drawn, not an element, and an attribute as large as an embedded picture.
+      {"<svg>",
+       "<defs><path d='M9 9L8 8'/></defs><!-- <path d='M9 9L8 8'/> --><text>a > b</text>"
+       "<image xlink:href='data:image/png;base64," +
+           std::string(3'000'000, 'A') + "'/>" + path,
+       {0, 0},
+       {10, 0}},
+  };
+  for (const Case& c : cases) {
+    const DrawnPath drawn = ReadDrawnPath(c.root + c.within + "</svg>", "");
+    ASSERT_EQ(drawn.curves.size(), 1U);
+    EXPECT_NEAR(drawn.curves[0][0].x, c.start.x, 1e-3) << c.root;
+    EXPECT_NEAR(drawn.curves[0][0].y, c.start.y, 1e-3) << c.root;
+    EXPECT_NEAR(drawn.curves[0][3].x, c.end.x, 1e-3) << c.root;
+    EXPECT_NEAR(drawn.curves[0][3].y, c.end.y, 1e-3) << c.root;
+  }
+  EXPECT_EQ(MessageOf([] { ReadDrawnPath("<svg><g transform='fold(3)'/></svg>", ""); }),
+            "SVG: the transformation \"fold\" is not understood");
+  // Cut off anywhere, it ends in a path or a message.
+  const std::string whole = cases[6].root + cases[6].within + "</svg>";
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    try {
+      ReadDrawnPath(whole.substr(0, i), "");
+    } catch (const Error&) {
+    }
+  }
+}
+
 class ImportedPaths : public InSceneFolder {};
+
+TEST_F(ImportedPaths, FitTheLayer) {
+  // The layer is 64 x 36; the drawing's page has its shape, or holds the picture.
+  for (
+      const char* svg :
+      {R"(<svg width="128mm" height="72mm" viewBox="0 0 128 72"><path d="M32 36L96 72"/></svg>)",
+       R"(<svg><image x="100" y="50" width="32" height="18"/><path d="M108 59 L124 68"/></svg>)"}) {
+    WriteText("p.svg", svg);
+    const auto keys = ImportPath({.file = "p.svg", .id = {}, .layer = "plate.png"});
+    ASSERT_EQ(keys.size(), 2U);
+    EXPECT_NEAR(keys[0].value.x, 16, 1e-9);
+    EXPECT_NEAR(keys[0].value.y, 18, 1e-9);
+    EXPECT_NEAR(keys[1].value.x, 48, 1e-9);
+    EXPECT_NEAR(keys[1].value.y, 36, 1e-9);
+  }
+  const RunResult scene = RunVorlin({"import-path", "p.svg", "--layer", "plate.png", "--to", "2s"});
+  EXPECT_EQ(scene.exit_code, 0) << scene.err;
+  WriteText("made.json", scene.out);
+  EXPECT_EQ(RunVorlin({"check", "made.json"}).out,
+            "made.json: good: 64 x 36 pixels, 60 frames at 30 a second, 0 lights\n");
+
+  WriteText("p.svg", R"(<svg width="210mm" height="297mm"><path d="M1 1L2 2"/></svg>)");
+  EXPECT_EQ(
+      MessageOf([] { ImportPath({.file = "p.svg", .id = {}, .layer = "plate.png"}); }),
+      "the drawing's page (794 x 1123) and the layer (64 x 36) differ in shape; draw the path "
+      "over the picture itself, opened in the editor");
+}
 
 TEST_F(ImportedPaths, AreTravelledByTheirLength) {
   WriteText("p.svg", R"(<svg><path d="M9 9 1 1"/> <path id="way" class='x'
     d="M0 0 L30 40 V190"/></svg>)");
-  PathImport import{.file = "p.svg", .id = "way", .from = 1, .to = 5};
+  PathImport import{.file = "p.svg", .id = "way", .from = 1, .to = 5, .layer = {}};
   const auto keys = ImportPath(import);
   ASSERT_EQ(keys.size(), 3U);
   EXPECT_EQ(keys[0].seconds, 1);
@@ -70,15 +154,15 @@ TEST_F(ImportedPaths, AreTravelledByTheirLength) {
 
 TEST_F(ImportedPaths, CsvRowsAreKeys) {
   WriteText("p.csv", "frame,x,y\r\n0, 1.5,2\r\n\n15,3,4\n");
-  const auto keys = ImportPath({.file = "p.csv", .id = {}, .frame_rate = 30});
+  const auto keys = ImportPath({.file = "p.csv", .id = {}, .frame_rate = 30, .layer = {}});
   ASSERT_EQ(keys.size(), 2U);
   EXPECT_EQ(keys[0].value, (Point{1.5, 2}));
   EXPECT_EQ(keys[1].seconds, 0.5);
   WriteText("p.csv", "1,1,1\n1,2,2\n");
-  EXPECT_EQ(MessageOf([] { ImportPath({.file = "p.csv", .id = {}}); }),
+  EXPECT_EQ(MessageOf([] { ImportPath({.file = "p.csv", .id = {}, .layer = {}}); }),
             "p.csv:2: frames must rise");
   WriteText("p.csv", "1,1,1\nx\n");
-  EXPECT_EQ(MessageOf([] { ImportPath({.file = "p.csv", .id = {}}); }),
+  EXPECT_EQ(MessageOf([] { ImportPath({.file = "p.csv", .id = {}, .layer = {}}); }),
             "p.csv:2: expected frame,x,y");
 }
 

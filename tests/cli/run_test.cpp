@@ -1,5 +1,6 @@
 // The built program, run as its users run it.
 #include <algorithm>
+#include <array>
 #include <csignal>
 
 #include "picture_file.h"
@@ -70,7 +71,8 @@ TEST_F(Runs, LeaveExactlyTheirFrames) {
 
   EXPECT_EQ(
       RunVorlin({"sheet", "o.####.png", "-o", "s.png", "--columns", "3", "--width", "32"}).err, "");
-  EXPECT_EQ(SizeOfPicture("s.png"), (PictureSize{3 * 32 + 2 * 4, 2 * 18 + 4}));
+  // Gaps of 8 pixels, and 11 for the label of each.
+  EXPECT_EQ(SizeOfPicture("s.png"), (PictureSize{3 * (32 + 8) + 8, 2 * (18 + 11 + 8) + 8}));
 
   // A frame alone is that frame of the sequence, for any number of threads.
   for (const char* threads : {"1", "3"}) {
@@ -78,6 +80,44 @@ TEST_F(Runs, LeaveExactlyTheirFrames) {
         {"render", "scene.json", "-o", "one.png", "-F", "2", "--threads", threads, "-q", "-y"});
     EXPECT_TRUE(ReadAll("one.png") == ReadAll("o.0002.png")) << threads;
   }
+}
+
+TEST_F(Runs, MakeLabelledSheetsOfScenes) {
+  const std::vector<std::string> sheet{"sheet",   "scene.json", "-F", "0-3x3",
+                                       "--width", "320",        "-q"};
+  const auto with = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), sheet.begin(), sheet.end());
+    return RunVorlin(more);
+  };
+  const RunResult made = with({"-o", "s.png"});
+  EXPECT_EQ(made.exit_code, 0) << made.err;
+  EXPECT_EQ(Entries(), With({"s.png"}));
+  // Pictures are not enlarged; letters are as large as the wanted width asks for.
+  EXPECT_EQ(SizeOfPicture("s.png"), (PictureSize{2 * (64 + 8) + 8, 36 + 22 + 16}));
+
+  // The cells hold what render makes, the labels' ink is below them.
+  EXPECT_EQ(
+      RunVorlin({"render", "scene.json", "-F", "3", "-o", "o.png", "--over", "layer"}).exit_code,
+      0);
+  const hosting::World frame = ReadPicture("o.png").ToWorld(hosting::Depth::k8);
+  const hosting::World cells = ReadPicture("s.png").ToWorld(hosting::Depth::k8);
+  const auto at = [](const hosting::World& world, int x, int y) {
+    const PF_Pixel pixel = world.Row<PF_Pixel>(y)[x];
+    return std::array{pixel.alpha, pixel.red, pixel.green, pixel.blue};
+  };
+  int different = 0;
+  for (int y = 0; y < 36; ++y) {
+    for (int x = 0; x < 64; ++x) different += at(cells, 80 + x, 8 + y) != at(frame, x, y);
+  }
+  EXPECT_EQ(different, 0);
+  int ink = 0;
+  for (int x = 0; x < cells.width(); ++x) ink += at(cells, x, 8 + 36 + 6)[1] > 200;
+  EXPECT_GT(ink, 5);
+
+  EXPECT_EQ(with({"-o", "s.png"}).exit_code, 3);  // it is already there
+  EXPECT_EQ(with({"-o", "t.png", "--set", "Densty=4"}).exit_code, 2);
+  EXPECT_EQ(with({"-o", "no/t.png"}).exit_code, 3);
+  EXPECT_EQ(Entries(), With({"s.png", "o.png"}));
 }
 
 TEST_F(Runs, PutTheStrokeOverItsLayer) {

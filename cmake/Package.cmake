@@ -1,0 +1,17 @@
+# `make package`: a Debian package that holds what `cmake --install` installs.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME vorlin)
+set(CPACK_PACKAGE_VENDOR "Nuvrik")
+set(CPACK_PACKAGE_CONTACT "The Nuvrik team <team@nuvrik.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "draws liquid strokes into pictures and movies")
+set(CPACK_PACKAGE_DESCRIPTION
+    "A video effect that redraws on every frame the whole stroke that an animated\n\
+point has laid down, as a relief of glossy liquid that mirrors the picture\n\
+beneath it; the program that renders scenes with it, and the library of its host.")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ffmpeg")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_THREADS 0)
+include(CPack)
