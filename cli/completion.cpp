@@ -200,7 +200,7 @@ std::string FishCompletion(const std::vector<CommandInfo>& commands, const Compl
         line += fmt::format(" -{} {}", is_long ? "l" : "s", flag.substr(is_long ? 2 : 1));
       }
       if (!option.flags.empty()) line += fmt::format(" -d {}", quoted(option.description));
-      if (!option.flags.empty() && option.takes_value()) line += " -r";
+      if (!option.flags.empty() && option.takes_value()) line += offered.files ? " -r" : " -x";
       if (offered.files) line += " -F";
       std::vector<std::string> list = offered.words;
       if (offered.controls) {

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 #include "about_commands.h"
@@ -81,17 +82,38 @@ int Fail(const std::exception& error, ExitCode code) {
   return Fail(error.what(), static_cast<int>(code));
 }
 
-/// The argument library only says that a command is missing; a slip of the fingers deserves more.
-void CheckCommand(const CLI::App& app, int argc, char** argv) {
+[[noreturn]] void FailUnknown(const std::string& what, std::string_view word,
+                              const std::vector<std::string>& names, const std::string& otherwise) {
+  const std::string hint = cli::DidYouMean(word, names);
+  throw cli::InputError(what + (hint.empty() ? otherwise : hint));
+}
+
+/// The argument library only says that something is unexpected; a slip of the fingers deserves
+/// more.
+void CheckWords(const CLI::App& app, int argc, char** argv) {
   const std::string_view word = argc > 1 ? argv[1] : "";
   if (word.starts_with('-')) return;
+  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
   std::vector<std::string> names;
-  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-  if (std::find(names.begin(), names.end(), word) != names.end()) return;
-  const std::string what =
-      word.empty() ? "a command is missing" : fmt::format("there is no command \"{}\"", word);
-  const std::string hint = cli::DidYouMean(word, names);
-  throw cli::InputError(what + (hint.empty() ? "; see vorlin --help" : hint));
+  for (const CLI::App* command : commands) names.push_back(command->get_name());
+  const auto found = std::find(names.begin(), names.end(), word);
+  if (found == names.end()) {
+    FailUnknown(
+        word.empty() ? "a command is missing" : fmt::format("there is no command \"{}\"", word),
+        word, names, "; see vorlin --help");
+  }
+  std::vector<std::string> flags;
+  for (const CLI::Option* option :
+       commands[static_cast<std::size_t>(found - names.begin())]->get_options()) {
+    for (const std::string& name : option->get_lnames()) flags.push_back("--" + name);
+  }
+  for (int i = 2; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    const std::string flag(argv[i], std::strcspn(argv[i], "="));
+    if (!flag.starts_with("--") || std::find(flags.begin(), flags.end(), flag) != flags.end())
+      continue;
+    FailUnknown(fmt::format("{} has no option \"{}\"", word, flag), flag, flags,
+                fmt::format("; see vorlin {} --help", word));
+  }
 }
 
 /// The exit code; everything that goes wrong has been said.
@@ -112,7 +134,7 @@ int Run(int argc, char** argv) {
   cli::AddValidate(app, exit_code);
   cli::AddCompletion(app);
   try {
-    CheckCommand(app, argc, argv);
+    CheckWords(app, argc, argv);
     app.parse(argc, argv);
     return exit_code;
   } catch (const CLI::Success& help) {

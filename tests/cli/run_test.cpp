@@ -50,6 +50,9 @@ TEST_F(Runs, FailInOneLineAndLeaveNothing) {
       {{"render", "scene.json", "-o", "o.png", "--effect", "nothing.so"},
        3,
        "there is no effect \"nothing.so\""},
+      {{"render", "scene.json", "--dpeth=8"},
+       2,
+       "render has no option \"--dpeth\"; did you mean \"--depth\"?"},
       {{"sheet", "o.####.png", "-o", "s.png"}, 3, "there is no picture \"o.####.png\""},
   };
   for (const Case& c : cases) {

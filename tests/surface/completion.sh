@@ -45,7 +45,7 @@ if command -v fish >/dev/null; then
   "$vorlin" completion fish >vorlin.fish
   fish_offers() { fish --no-config -c 'source vorlin.fish; complete -C $argv[1]' "$1" | cut -f 1 | tr '\n' '|'; }
   expect "fish: commands" "render|" "$(fish_offers 'vorlin re')"
-  expect "fish: words" "16|32|8|" "$(fish_offers 'vorlin render --depth ')"
+  expect "fish: words" "8|16|32|" "$(fish_offers 'vorlin render --depth ')"
   expect "fish: controls" "Time Span (sec)=|" "$(fish_offers 'vorlin render --set Tim')"
   expect "fish: presets" "honey|" "$(fish_offers 'vorlin render --preset hon')"
 fi

@@ -32,6 +32,8 @@ WORKS = {
         "--time": lambda: ["render", scene, "--time", "1.25s", "-o", "o.png", "-y", "-q", "--downsample", "1/4"],
         "--chunk": ["1/2"],
         "--depth": ["16"],
+        "--compression": ["small"],
+        "--stats": ["json"],
         "--alpha": ["premultiplied"],
         "--over": ["checker"],
         "--region": ["0,0,200,100"],
