@@ -1,8 +1,10 @@
 // The pixel pass: BlobRIP on pixels without and with stroke, against callbacks that do nothing, or
-// make only those calls of the host that a stroke pixel cannot do without. The host's own work is
-// left out: the sampler answers at once.
+// make only the calls of the host that the formulas name. The host's own work is left out: the
+// sampler answers at once.
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,18 +16,21 @@ namespace {
 
 using namespace vorlin;
 
-constexpr int kSide = 256;
+constexpr int kWidth = 256;
+constexpr int kHeight = 64;
+constexpr int kPixels = kWidth * kHeight;
 
 /// A world of that pixel type.
 template <class Pixel>
 struct Image {
-  std::vector<Pixel> pixels = std::vector<Pixel>(kSide * kSide);
+  std::vector<Pixel> pixels = std::vector<Pixel>(kPixels);
   PF_EffectWorld world{};
 
   Image() {
     world.data = reinterpret_cast<PF_Pixel*>(pixels.data());
-    world.width = world.height = kSide;
-    world.rowbytes = kSide * static_cast<A_long>(sizeof(Pixel));
+    world.width = kWidth;
+    world.height = kHeight;
+    world.rowbytes = kWidth * static_cast<A_long>(sizeof(Pixel));
   }
 };
 
@@ -44,98 +49,116 @@ PF_UtilCallbacks MakeUtils() {
   return utils;
 }
 
-/// A frame whose every pixel is stroke, or none is, under distant lights spread over the half
-/// sphere.
+/// A frame whose every pixel is stroke, or none is, under distant lights spread evenly over the
+/// half sphere.
 template <class Pixel>
-struct Scene {
+struct Scene : RIPInfo<Pixel> {
   PF_UtilCallbacks utils = MakeUtils();
   PF_InData in{};
-  Image<float> field;
-  RIPInfo<Pixel> info{};
+  Image<float> heights;
+  // What the formulas call `sqrt` and `pow` with: for each pixel the squared length of its gradient
+  // and then, for each light, how near it is to the mirrored viewing ray, as a cosine.
+  std::vector<double> arguments;
 
-  Scene(bool stroke, int lights) {
+  Scene(bool stroke, int lights) : RIPInfo<Pixel>{} {
     in.utils = &utils;
-    for (int y = 0; y < kSide; ++y) {
-      for (int x = 0; x < kSide; ++x) {
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) {
         const double height = 1.5 + std::sin(x * 0.11) * 0.6 + std::cos(y * 0.13) * 0.6;
-        FieldRow(field.world, y)[x] = stroke ? static_cast<float>(height) : -0.25f;
+        FieldRow(heights.world, y)[x] = stroke ? static_cast<float>(height) : -0.25f;
       }
     }
-    info.lightShade = std::make_unique<LightShade>(&in, 1.0, 0.25, 1.0, 0.0, 1.0, 40.0);
-    info.lightShade->AddAmbientLight({1.0, 1.0, 1.0, 1.0});
+    this->lightShade = std::make_unique<LightShade>(&in, 1.0, 0.25, 1.0, 0.0, 1.0, 40.0);
+    this->lightShade->AddAmbientLight({1.0, 1.0, 1.0, 1.0});
     for (int i = 0; i < lights; ++i) {
       NewLightSource light{};
       light.type = LightTypeDistant;
       light.color = {1.0, 1.0, 0.9, 0.8};
-      const double height = 1.0 - (i + 0.5) / lights * 0.7;
+      const double height = 1.0 - (i + 0.5) / lights;
       const double flat = std::sqrt(1.0 - height * height);
       light.direction = {flat * std::cos(i * 2.4), flat * std::sin(i * 2.4), height};
-      info.lightShade->AddLightSource(light);
+      this->lightShade->AddLightSource(light);
     }
-    info.reflectionScale = kSide * 0.75 * 0.125;
-    info.highQuality = true;
-    info.field = &field.world;
-    info.fieldStride = kSide;
-    info.layerMaxX = info.layerMaxY = kSide - 1.0;
-    info.toLayerX = info.toLayerY = 1.0;
-    info.toFixedX = info.toFixedY = 65536.0;
-    info.slopeX = info.slopeY = 4.0;
-    info.samp = {32768, 32768, 65536, nullptr};
-    info.inData = &in;
-    info.areaSample = SampleNothing<Pixel>;
+    this->reflectionScale = kWidth * 0.75 * 0.125;
+    this->highQuality = true;
+    this->field = &heights.world;
+    this->fieldStride = kWidth;
+    this->layerMaxX = kWidth - 1.0;
+    this->layerMaxY = kHeight - 1.0;
+    this->toLayerX = this->toLayerY = 1.0;
+    this->toFixedX = this->toFixedY = 65536.0;
+    this->slopeX = this->slopeY = 4.0;
+    this->samp = {32768, 32768, 65536, nullptr};
+    this->inData = &in;
+    this->areaSample = SampleNothing<Pixel>;
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) AddArgumentsOf(x, y);
+    }
+  }
+
+  void AddArgumentsOf(int x, int y) {
+    const auto at = [&](int i, int j) {
+      return FieldRow(heights.world, std::max(j, 0))[std::max(i, 0)];
+    };
+    const double z = at(x, y);
+    const FX_D_Point gradient{4.0 * (at(x - 1, y) - z), 4.0 * (at(x, y - 1) - z), z};
+    arguments.push_back(Dot(gradient, gradient));
+    const double inverse = 1.0 / std::sqrt(arguments.back());
+    for (const LightSource& light : this->lightShade->Lights()) {
+      const double cosine =
+          2.0 * z * inverse * Dot(gradient, light.direction) * inverse - light.direction.z;
+      arguments.push_back(std::abs(cosine));
+    }
   }
 };
-
-template <class Pixel>
-void Iterate(benchmark::State& state, PF_IteratePixelFunc<Pixel> function, Scene<Pixel>& scene) {
-  Image<Pixel> out;
-  benchmark::DoNotOptimize(function);
-  for (auto _ : state) {
-    for (int y = 0; y < kSide; ++y) {
-      for (int x = 0; x < kSide; ++x) {
-        function(&scene.info, x, y, nullptr, &out.pixels[static_cast<std::size_t>(y * kSide + x)]);
-      }
-    }
-  }
-  state.SetItemsProcessed(state.iterations() * kSide * kSide);
-}
 
 template <class Pixel>
 PF_Err DoNothing(void*, A_long, A_long, Pixel*, Pixel*) {
   return PF_Err_NONE;
 }
 
-/// One square root, one sample, and for every light its power; the arguments are those of a stroke.
+/// One square root, one sample, and one power for every light.
 template <class Pixel>
 PF_Err ForcedCalls(void* refcon, A_long x, A_long y, Pixel*, Pixel* out) {
-  const auto& info = *static_cast<const RIPInfo<Pixel>*>(refcon);
-  const float height = FieldRow(*info.field, y)[x];
-  const PF_ANSICallbacks& ansi = info.inData->utils->ansi;
-  double sum = ansi.sqrt(static_cast<double>(height));
-  const PF_Err err = info.areaSample(info.effectRef, x << 16, y << 16, &info.samp, out);
-  for (const LightSource& light : info.lightShade->Lights()) {
-    sum += ansi.pow(light.direction.z, info.lightShade->smoothness);
-  }
+  const auto& scene = *static_cast<const Scene<Pixel>*>(static_cast<RIPInfo<Pixel>*>(refcon));
+  const PF_ANSICallbacks& ansi = scene.inData->utils->ansi;
+  const int lights = scene.lightShade->numLights;
+  const double* argument =
+      &scene.arguments[static_cast<std::size_t>((y * kWidth + x) * (1 + lights))];
+  double sum = ansi.sqrt(*argument);
+  const PF_Err err = scene.areaSample(scene.effectRef, x << 16, y << 16, &scene.samp, out);
+  for (int i = 0; i < lights; ++i) sum += ansi.pow(*++argument, scene.lightShade->smoothness);
   benchmark::DoNotOptimize(sum);
   return err;
 }
 
+/// All pixels of a scene.
 template <class Pixel>
-bench::Loop Over(PF_IteratePixelFunc<Pixel> function, bool stroke, int lights) {
-  return [=](benchmark::State& state) {
-    Scene<Pixel> scene(stroke, lights);
-    Iterate(state, function, scene);
+bench::MakeWork Iteration(PF_IteratePixelFunc<Pixel> function, bool stroke, int lights) {
+  return [=]() -> bench::Work {
+    const auto scene = std::make_shared<Scene<Pixel>>(stroke, lights);
+    const auto out = std::make_shared<Image<Pixel>>();
+    return [=] {
+      RIPInfo<Pixel>* const info = scene.get();
+      auto* call = function;
+      benchmark::DoNotOptimize(call);
+      Pixel* pixel = out->pixels.data();
+      for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) call(info, x, y, nullptr, pixel++);
+      }
+    };
   };
 }
 
 template <class Pixel>
 void PairsOf(const std::string& depth) {
-  bench::Pair("empty pixel " + depth, Over(BlobRIP<Pixel>, false, 1), "callback that does nothing",
-              Over(DoNothing<Pixel>, false, 1), false);
+  constexpr auto kRatio = bench::Ratio::kTimesItsTime;
+  bench::Pair("empty pixel/no work, " + depth, kPixels, kRatio, Iteration(BlobRIP<Pixel>, false, 1),
+              Iteration(DoNothing<Pixel>, false, 1));
   for (const int lights : {1, 5, 19}) {
-    const std::string what = depth + ", " + std::to_string(lights) + " lights";
-    bench::Pair("stroke pixel " + what, Over(BlobRIP<Pixel>, true, lights), "forced calls " + what,
-                Over(ForcedCalls<Pixel>, true, lights), false);
+    bench::Pair("stroke pixel/forced calls, " + depth + ", lights " + std::to_string(lights),
+                kPixels, kRatio, Iteration(BlobRIP<Pixel>, true, lights),
+                Iteration(ForcedCalls<Pixel>, true, lights));
   }
 }
 

@@ -1,4 +1,4 @@
-// Benchmarks in pairs: a subject and the reference it is held against, measured in the same run.
+// Benchmarks in pairs: a subject and the reference it is held against, run in turn.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -8,15 +8,22 @@
 
 namespace bench {
 
-using Loop = std::function<void(benchmark::State&)>;
+/// A fixed amount of work, of the same size in a subject and its reference.
+using Work = std::function<void()>;
+/// Sets up what a work needs; called when its benchmark runs.
+using MakeWork = std::function<Work()>;
 
-/// Registers both; the table at the end of the run has their ratio. With faster_is_more the ratio
-/// is reference / subject, else subject / reference. Several subjects may share a reference's name:
-/// it is then measured once.
-void Pair(const std::string& subject, Loop subject_loop, const std::string& reference,
-          Loop reference_loop, bool faster_is_more = true);
+enum class Ratio {
+  kTimesFaster,   // reference / subject: more is better
+  kTimesItsTime,  // subject / reference: less is better
+};
 
-/// Runs what the arguments select and prints the ratios of medians. Returns the exit code.
+/// Registers a benchmark whose every iteration runs the reference and the subject once each. They
+/// meet the same moods of the machine in this way. Counters: `ratio`, the median of the iterations'
+/// ratios, and the median nanoseconds an item of both.
+void Pair(const std::string& name, int items, Ratio ratio, MakeWork subject, MakeWork reference);
+
+/// Runs what the arguments select. Returns the exit code.
 int RunMain(int argc, char** argv);
 
 }  // namespace bench

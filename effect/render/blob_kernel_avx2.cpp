@@ -13,7 +13,12 @@ struct Avx2 {
   using Doubles = __m256d;
   static constexpr int kLanes = 4;
 
-  static Doubles Load(const double* v) { return _mm256_load_pd(v); }
+  /// From registers: stored one by one and loaded at once, they would have to wait for memory.
+  static Doubles Gathered(const double (&v)[kLanes]) {
+    return _mm256_set_pd(v[3], v[2], v[1], v[0]);
+  }
+  static Doubles Load(const double* v) { return _mm256_loadu_pd(v); }
+  static void Store(double* v, Doubles d) { _mm256_storeu_pd(v, d); }
   static Doubles Broadcast(double v) { return _mm256_set1_pd(v); }
   static Doubles Add(Doubles a, Doubles b) { return _mm256_add_pd(a, b); }
   static Doubles Subtract(Doubles a, Doubles b) { return _mm256_sub_pd(a, b); }
@@ -45,7 +50,7 @@ struct Avx2 {
 
 }  // namespace
 
-void AddBlobAvx2(const BlobStrip& strip) { AddBlob<Avx2>(strip); }
+void AddBlobAvx2(const BlobBox& box) { AddBlob<Avx2>(box); }
 
 }  // namespace vorlin
 

@@ -13,7 +13,12 @@ struct Avx512 {
   using Doubles = __m512d;
   static constexpr int kLanes = 8;
 
-  static Doubles Load(const double* v) { return _mm512_load_pd(v); }
+  /// From registers: stored one by one and loaded at once, they would have to wait for memory.
+  static Doubles Gathered(const double (&v)[kLanes]) {
+    return _mm512_set_pd(v[7], v[6], v[5], v[4], v[3], v[2], v[1], v[0]);
+  }
+  static Doubles Load(const double* v) { return _mm512_loadu_pd(v); }
+  static void Store(double* v, Doubles d) { _mm512_storeu_pd(v, d); }
   static Doubles Broadcast(double v) { return _mm512_set1_pd(v); }
   static Doubles Add(Doubles a, Doubles b) { return _mm512_add_pd(a, b); }
   static Doubles Subtract(Doubles a, Doubles b) { return _mm512_sub_pd(a, b); }
@@ -40,7 +45,7 @@ struct Avx512 {
 
 }  // namespace
 
-void AddBlobAvx512(const BlobStrip& strip) { AddBlob<Avx512>(strip); }
+void AddBlobAvx512(const BlobBox& box) { AddBlob<Avx512>(box); }
 
 }  // namespace vorlin
 

@@ -2,16 +2,18 @@
 
 namespace vorlin {
 
-void AddBlobPlain(const BlobStrip& strip) {
-  for (int y = strip.first_row; y <= strip.last_row; ++y) {
-    float* const cells = strip.Row(y);
-    const double dy2 = strip.SquaredRowDistance(y);
-    for (int x = 0; x < strip.columns; ++x) {
-      const double d2 = strip.dx2[x] + dy2;
-      if (d2 < strip.r2) {
-        const double k = 1.0 - d2 * strip.inv;
-        cells[x] += static_cast<float>(strip.amplitude * k * k);
+void AddBlobPlain(const BlobBox& box) {
+  for (int y = 0; y < box.rows; ++y) {
+    float* const cells = box.Row(y);
+    const double dy = (box.centre_y - (box.first_row + y)) * box.row;
+    double dx = box.dx;
+    for (int x = 0; x < box.columns; ++x) {
+      const double d2 = dx * dx + dy * dy;
+      if (d2 < box.r2) {
+        const double k = 1.0 - d2 * box.inv;
+        cells[x] += static_cast<float>(box.amplitude * k * k);
       }
+      dx -= box.column;
     }
   }
 }

@@ -8,9 +8,11 @@
 namespace vorlin {
 namespace {
 
-// A Unit has a vector `Doubles` of kLanes doubles with Load, Broadcast, Add, Subtract and Multiply,
-// and AddWhereLess(cells, d2..., r2, force...): adds each force, rounded to float, to its cell
-// where d2 < r2, for one vector of cells or for two side by side.
+// A Unit has a vector `Doubles` of kLanes doubles with Gathered, Load, Store, Broadcast, Add,
+// Subtract and Multiply, and AddWhereLess(cells, d2..., r2, force...): adds each force, rounded to
+// float, to its cell where d2 < r2, for one vector of cells or for two side by side.
+
+inline int Least(int a, int b) { return a < b ? a : b; }
 
 /// What stays the same for all cells of a blob.
 template <class Unit>
@@ -40,28 +42,89 @@ inline void AddTwo(const Profile<Unit>& p, float* cells, typename Unit::Doubles 
 }
 
 template <class Unit>
-inline Profile<Unit> ProfileOf(const BlobStrip& strip) {
-  return {Unit::Broadcast(strip.r2), Unit::Broadcast(strip.inv), Unit::Broadcast(strip.amplitude)};
+inline Profile<Unit> ProfileOf(const BlobBox& box) {
+  return {Unit::Broadcast(box.r2), Unit::Broadcast(box.inv), Unit::Broadcast(box.amplitude)};
 }
+
+/// The squared distances of the next columns; dx moves past them. Stepped, not multiplied: the
+/// roundings of the steps belong to the result.
+template <class Unit>
+inline typename Unit::Doubles NextColumns(const BlobBox& box, double& dx) {
+  double steps[Unit::kLanes];
+#pragma GCC unroll 8
+  for (double& step : steps) {
+    step = dx;
+    dx -= box.column;
+  }
+  const auto distances = Unit::Gathered(steps);
+  return Unit::Multiply(distances, distances);
+}
+
+/// Added to a vector of squared distances: leaves the first columns as they are and puts the others
+/// out of reach.
+template <class Unit>
+inline typename Unit::Doubles Beyond(int columns) {
+  constexpr double kInf = __builtin_inf();
+  static constexpr double kEdge[16] = {0,    0,    0,    0,    0,    0,    0,    0,
+                                       kInf, kInf, kInf, kInf, kInf, kInf, kInf, kInf};
+  return Unit::Load(kEdge + 8 - columns);
+}
+
+inline constexpr int kMostRows = 64;
+
+/// The squared distances of a box's rows, from the first on.
+template <class Unit>
+class Rows {
+ public:
+  explicit Rows(const BlobBox& box)
+      : row_(Unit::Add(Unit::Broadcast(box.first_row), Unit::Load(kCount))),
+        centre_(Unit::Broadcast(box.centre_y)),
+        height_(Unit::Broadcast(box.row)) {}
+
+  /// Writes those of the next rows, up to kMostRows.
+  void Next(int rows, double* dy2) {
+    for (int y = 0; y < rows; y += Unit::kLanes) {
+      const auto dy = Unit::Multiply(Unit::Subtract(centre_, row_), height_);
+      Unit::Store(dy2 + y, Unit::Multiply(dy, dy));
+      row_ = Unit::Add(row_, Unit::Broadcast(Unit::kLanes));
+    }
+  }
+
+ private:
+  static constexpr double kCount[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+  typename Unit::Doubles row_;
+  typename Unit::Doubles centre_;
+  typename Unit::Doubles height_;
+};
 
 /// The whole box at a fixed trip count: for a narrow blob cheaper than to ask which columns of a
 /// row it covers.
 template <class Unit, bool kUnitAmplitude, int kVectors>
-void AddNarrow(const BlobStrip& strip) {
-  const Profile<Unit> p = ProfileOf<Unit>(strip);
+void AddNarrow(const BlobBox& box) {
+  constexpr int kLanes = Unit::kLanes;
+  const Profile<Unit> p = ProfileOf<Unit>(box);
   typename Unit::Doubles dx2[kVectors];
-  for (int i = 0; i < kVectors; ++i) dx2[i] = Unit::Load(strip.dx2 + i * Unit::kLanes);
-  for (int y = strip.first_row; y <= strip.last_row; ++y) {
-    float* const cells = strip.Row(y);
-    const auto dy2 = Unit::Broadcast(strip.SquaredRowDistance(y));
+  double dx = box.dx;
+  for (auto& columns : dx2) columns = NextColumns<Unit>(box, dx);
+  constexpr int kLast = kVectors - 1;
+  dx2[kLast] = Unit::Add(dx2[kLast], Beyond<Unit>(box.columns - kLast * kLanes));
+
+  Rows<Unit> distances(box);
+  for (int top = 0; top < box.rows; top += kMostRows) {
+    const int rows = Least(box.rows - top, kMostRows);
+    alignas(64) double dy2[kMostRows];
+    distances.Next(rows, dy2);
+    for (int y = 0; y < rows; ++y) {
+      float* const cells = box.Row(top + y);
+      const auto d = Unit::Broadcast(dy2[y]);
 #pragma GCC unroll 8
-    for (int i = 0; i + 1 < kVectors; i += 2) {
-      AddTwo<Unit, kUnitAmplitude>(p, cells + i * Unit::kLanes, Unit::Add(dx2[i], dy2),
-                                   Unit::Add(dx2[i + 1], dy2));
-    }
-    if constexpr (kVectors % 2 != 0) {
-      AddOne<Unit, kUnitAmplitude>(p, cells + (kVectors - 1) * Unit::kLanes,
-                                   Unit::Add(dx2[kVectors - 1], dy2));
+      for (int i = 0; i + 1 < kVectors; i += 2) {
+        AddTwo<Unit, kUnitAmplitude>(p, cells + i * kLanes, Unit::Add(dx2[i], d),
+                                     Unit::Add(dx2[i + 1], d));
+      }
+      if constexpr (kVectors % 2 != 0) {
+        AddOne<Unit, kUnitAmplitude>(p, cells + kLast * kLanes, Unit::Add(dx2[kLast], d));
+      }
     }
   }
 }
@@ -73,9 +136,8 @@ struct Chord {
   int first = 0;
   int last;  // exclusive
 
-  void Follow(const BlobStrip& strip, int blocks, double dy2) {
-    const double* const dx2 = strip.dx2;
-    const auto inside = [&](int x) { return dx2[x] + dy2 < strip.r2; };
+  void Follow(const double* dx2, int blocks, double dy2, double r2) {
+    const auto inside = [&](int x) { return dx2[x] + dy2 < r2; };
     while (first > 0 && inside(first * kBlock - 1)) --first;
     while (last < blocks && inside(last * kBlock)) ++last;
     // A block whose inner end lies outside is left only on the way towards the centre.
@@ -91,49 +153,64 @@ struct Chord {
 };
 
 template <class Unit, bool kUnitAmplitude>
-void AddWide(const BlobStrip& strip) {
-  constexpr int kBlock = 2 * Unit::kLanes;
-  const Profile<Unit> p = ProfileOf<Unit>(strip);
-  const int blocks = (strip.columns + kBlock - 1) / kBlock;
-  Chord<kBlock> chord{.last = blocks};
-  for (int y = strip.first_row; y <= strip.last_row; ++y) {
-    const double row = strip.SquaredRowDistance(y);
-    chord.Follow(strip, blocks, row);
-    float* const cells = strip.Row(y);
-    const auto dy2 = Unit::Broadcast(row);
-    for (int x = chord.first * kBlock; x < chord.last * kBlock; x += kBlock) {
-      AddTwo<Unit, kUnitAmplitude>(p, cells + x, Unit::Add(Unit::Load(strip.dx2 + x), dy2),
-                                   Unit::Add(Unit::Load(strip.dx2 + x + Unit::kLanes), dy2));
+void AddWide(const BlobBox& box) {
+  constexpr int kLanes = Unit::kLanes;
+  constexpr int kBlock = 2 * kLanes;
+  constexpr int kMostColumns = 1024;  // 8 KiB of distances, which stay in the first cache
+  const Profile<Unit> p = ProfileOf<Unit>(box);
+  double dx = box.dx;
+  for (int left = 0; left < box.columns; left += kMostColumns) {
+    const int columns = Least(box.columns - left, kMostColumns);
+    const int blocks = (columns + kBlock - 1) / kBlock;
+    alignas(64) double dx2[kMostColumns];
+    for (int x = 0; x < columns; x += kLanes) Unit::Store(dx2 + x, NextColumns<Unit>(box, dx));
+    for (int x = columns; x < blocks * kBlock; ++x) dx2[x] = __builtin_inf();
+
+    Chord<kBlock> chord{.last = blocks};
+    Rows<Unit> distances(box);
+    for (int top = 0; top < box.rows; top += kMostRows) {
+      const int rows = Least(box.rows - top, kMostRows);
+      alignas(64) double dy2[kMostRows];
+      distances.Next(rows, dy2);
+      for (int y = 0; y < rows; ++y) {
+        chord.Follow(dx2, blocks, dy2[y], box.r2);
+        float* const cells = box.Row(top + y) + left;
+        const auto d = Unit::Broadcast(dy2[y]);
+        for (int x = chord.first * kBlock; x < chord.last * kBlock; x += kBlock) {
+          AddTwo<Unit, kUnitAmplitude>(p, cells + x, Unit::Add(Unit::Load(dx2 + x), d),
+                                       Unit::Add(Unit::Load(dx2 + x + kLanes), d));
+        }
+      }
     }
   }
 }
 
 template <class Unit, bool kUnitAmplitude>
-void AddBlobOfAmplitude(const BlobStrip& strip) {
-  switch ((strip.columns + Unit::kLanes - 1) / Unit::kLanes) {
+void AddBlobOfAmplitude(const BlobBox& box) {
+  switch ((box.columns + Unit::kLanes - 1) / Unit::kLanes) {
     case 1:
-      return AddNarrow<Unit, kUnitAmplitude, 1>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 1>(box);
     case 2:
-      return AddNarrow<Unit, kUnitAmplitude, 2>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 2>(box);
     case 3:
-      return AddNarrow<Unit, kUnitAmplitude, 3>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 3>(box);
     case 4:
-      return AddNarrow<Unit, kUnitAmplitude, 4>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 4>(box);
     case 5:
-      return AddNarrow<Unit, kUnitAmplitude, 5>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 5>(box);
     case 6:
-      return AddNarrow<Unit, kUnitAmplitude, 6>(strip);
+      return AddNarrow<Unit, kUnitAmplitude, 6>(box);
     default:
-      return AddWide<Unit, kUnitAmplitude>(strip);
+      return AddWide<Unit, kUnitAmplitude>(box);
   }
 }
 
 template <class Unit>
-void AddBlob(const BlobStrip& strip) {
-  if (strip.amplitude == 1.0) {
-    AddBlobOfAmplitude<Unit, true>(strip);
+void AddBlob(const BlobBox& box) {
+  if (box.amplitude == 1.0) {
+    AddBlobOfAmplitude<Unit, true>(box);
   } else {
-    AddBlobOfAmplitude<Unit, false>(strip);
+    AddBlobOfAmplitude<Unit, false>(box);
   }
 }
 

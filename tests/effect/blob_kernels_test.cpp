@@ -18,27 +18,19 @@ struct Blob {
   int columns, rows;
 };
 
-/// The blob on a field of old content with room around the strip, as one kernel leaves it.
+/// The blob on a field of old content with room around the box, as one kernel leaves it.
 std::vector<float> FieldAfter(BlobKernel add, const Blob& blob, std::vector<float> field,
                               int stride) {
-  const int padded = (blob.columns + kBlobStripPadding - 1) / kBlobStripPadding * kBlobStripPadding;
-  std::vector<double> room(static_cast<std::size_t>(padded) + 8);
-  void* start = room.data();
-  std::size_t space = room.size() * sizeof(double);
-  auto* const dx2 = static_cast<double*>(
-      std::align(64, static_cast<std::size_t>(padded) * sizeof(double), start, space));
-  double dx = blob.cx * blob.scale_x;
-  for (int x = 0; x < blob.columns; ++x, dx -= blob.scale_x) dx2[x] = dx * dx;
-  std::fill(dx2 + blob.columns, dx2 + padded, std::numeric_limits<double>::infinity());
   const double r2 = blob.radius * blob.radius;
-  add({.dx2 = dx2,
-       .columns = blob.columns,
-       .cells = field.data() + stride + 3,
+  add({.cells = field.data() + stride + 3,
        .rowbytes = stride * static_cast<std::ptrdiff_t>(sizeof(float)),
-       .first_row = 5,
-       .last_row = 4 + blob.rows,
+       .columns = blob.columns,
+       .rows = blob.rows,
+       .dx = blob.cx * blob.scale_x,
+       .column = blob.scale_x,
        .centre_y = 5 + blob.cy,
-       .row_height = blob.scale_y,
+       .first_row = 5,
+       .row = blob.scale_y,
        .r2 = r2,
        .inv = 1.0 / r2,
        .amplitude = blob.amplitude});
