@@ -32,6 +32,13 @@ inline double Dot(const FX_D_Point& a, const FX_D_Point& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
+/// Adds k times the colour to the sum, channel by channel; no alpha.
+inline void AddScaled(FX_Double_Pixel& sum, double k, const FX_Double_Pixel& color) {
+  sum.red += k * color.red;
+  sum.green += k * color.green;
+  sum.blue += k * color.blue;
+}
+
 /// p as a row vector times the matrix.
 FX_D_Point Transformed(const FX_D_Point& p, const FX_3D_Matrix& matrix);
 

@@ -65,7 +65,9 @@ bool LightShade::AddLightSource(const NewLightSource& light) {
   stored.coneOuterCos = light.coneOuterCos;
   stored.coneInnerCos = light.coneInnerCos;
   stored.diffuseColor = Scaled(diffuseShading, color);
-  stored.dustColor = Scaled(0.5 * dustShading, color);
+  const FX_Double_Pixel dust = Scaled(0.5 * dustShading, color);
+  stored.dustColor = dust;
+  if (!(dust.red == 0.0 && dust.green == 0.0 && dust.blue == 0.0)) dusty_ = true;
   stored.specularColor = Scaled(
       specularShading, {0.0, Positive(color.red), Positive(color.green), Positive(color.blue)});
   ++numLights;

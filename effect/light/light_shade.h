@@ -88,8 +88,8 @@ class LightShade {
 
   /// The lit colour of the surface point (x, y, 0) with unit normal, seen along (0, 0, -1). color
   /// is the unlit surface, 0..1; its alpha passes through. Not clamped.
-  FX_Double_Pixel ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal, double x,
-                             double y) const;
+  inline FX_Double_Pixel ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal,
+                                    double x, double y) const;
   /// The same for any surface point, seen along the unit direction view (from the eye).
   FX_Double_Pixel ShadePixelView(const FX_Double_Pixel& color, const FX_D_Point& normal,
                                  const FX_D_Point& surface, const FX_D_Point& view) const;
@@ -127,16 +127,29 @@ class LightShade {
   double offsetY = 0.0;
 
  private:
+  /// What reaches a surface point: the direction to the light, and how much of it is let through by
+  /// its cone; less than 0 outside.
+  struct Ray {
+    FX_D_Point toward;
+    double spot;
+  };
+  Ray RayOf(const LightSource& light, double x, double y) const;
+  FX_Double_Pixel ShadePixelByLights(const FX_Double_Pixel& color, const FX_D_Point& normal,
+                                     double x, double y) const;
   FX_D_Point Toward(const LightSource& light, const FX_D_Point& surface) const;
   double Length(const FX_D_Point& v) const;
   template <class Distant, class Point, class Spot>
   TSLightGather Gathered(Distant distant, Point point, Spot spot) const;
-  FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
-                      double dust_weight) const;
+  inline FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
+                             double dust_weight) const;
   void GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
                           const LightSource& light, double spot, TSLightGather& gather) const;
   void GatherView(const FX_D_Point& normal, const FX_D_Point& toward, const LightSource& light,
                   double spot, const FX_D_Point& view, TSLightGather& gather) const;
+
+  bool dusty_ = false;  // some stored light has a dust colour other than black
 };
 
 }  // namespace vorlin
+
+#include "light/shade_pixel.h"

@@ -15,12 +15,6 @@ namespace {
 // Keeps a light at the surface point itself from dividing by zero.
 constexpr double kLengthFloor = 1e-5;
 
-void Add(FX_Double_Pixel& sum, double k, const FX_Double_Pixel& color) {
-  sum.red += k * color.red;
-  sum.green += k * color.green;
-  sum.blue += k * color.blue;
-}
-
 /// How much of a spot reaches a point whose light vector has this cosine with the spot's axis: a
 /// smoothstep from the outer to the inner cone. Negative outside the cone.
 double SpotFactor(const LightSource& light, double cosine) {
@@ -51,17 +45,17 @@ double LightShade::Length(const FX_D_Point& v) const { return inData->utils->ans
                                                                   TSLightGather& gather) const {
   double d = Dot(normal, toward);
   if (d > 0.0) {
-    Add(gather.diffuse, spot * d, light.diffuseColor);
+    AddScaled(gather.diffuse, spot * d, light.diffuseColor);
   } else {
     d = std::min(1.0, 9.0 * (d * d));
   }
-  Add(gather.dust, (1.0 - d) * spot, light.dustColor);
+  AddScaled(gather.dust, (1.0 - d) * spot, light.dustColor);
 
   const double k = -2.0 * normal.z;
   const double r =
       -(k * normal.x * toward.x + k * normal.y * toward.y + (k * normal.z + 1.0) * toward.z);
   if (r > 0.0) {
-    Add(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
+    AddScaled(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
   }
 }
 
@@ -69,14 +63,14 @@ void LightShade::GatherView(const FX_D_Point& normal, const FX_D_Point& toward,
                             const LightSource& light, double spot, const FX_D_Point& view,
                             TSLightGather& gather) const {
   const double d = Dot(normal, toward);
-  if (d > 0.0) Add(gather.diffuse, spot * d, light.diffuseColor);
-  Add(gather.dust, (1.0 - d * d) * spot * (d + 1.0), light.dustColor);
+  if (d > 0.0) AddScaled(gather.diffuse, spot * d, light.diffuseColor);
+  AddScaled(gather.dust, (1.0 - d * d) * spot * (d + 1.0), light.dustColor);
 
   const double m = 2.0 * Dot(normal, view);
   const FX_D_Point mirrored{normal.x * m - view.x, normal.y * m - view.y, normal.z * m - view.z};
   const double r = -Dot(mirrored, toward);
   if (r > 0.0) {
-    Add(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
+    AddScaled(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
   }
 }
 
@@ -96,6 +90,13 @@ void LightShade::ShadeSpot(const FX_D_Point& normal, const LightSource& light,
   const double spot = SpotFactor(light, Dot(toward, light.direction));
   if (spot < 0.0) return;
   GatherOrthographic(normal, toward, light, spot, gather);
+}
+
+LightShade::Ray LightShade::RayOf(const LightSource& light, double x, double y) const {
+  if (light.type != LightTypePoint && light.type != LightTypeSpot) return {{}, -1.0};
+  const FX_D_Point toward = Toward(light, {x, y, 0.0});
+  if (light.type == LightTypePoint) return {toward, 1.0};
+  return {toward, SpotFactor(light, Dot(toward, light.direction))};
 }
 
 void LightShade::ShadeDistantView(const FX_D_Point& normal, const LightSource& light,
@@ -139,22 +140,8 @@ TSLightGather LightShade::Gathered(Distant distant, Point point, Spot spot) cons
   return gather;
 }
 
-[[gnu::always_inline]] inline FX_Double_Pixel LightShade::Lit(const FX_Double_Pixel& color,
-                                                              const TSLightGather& gather,
-                                                              double dust_weight) const {
-  const auto channel = [&](double surface, double diffuse, double dust, double specular) {
-    // White at metallicity 0, the surface's own colour at 1.
-    const double tint = 1.0 + (surface - 1.0) * metallicity;
-    return surface * diffuse + dust_weight * dust + tint * specular;
-  };
-  const auto& [diffuse, specular, dust] = gather;
-  return {color.alpha, channel(color.red, diffuse.red, dust.red, specular.red),
-          channel(color.green, diffuse.green, dust.green, specular.green),
-          channel(color.blue, diffuse.blue, dust.blue, specular.blue)};
-}
-
-FX_Double_Pixel LightShade::ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal,
-                                       double x, double y) const {
+FX_Double_Pixel LightShade::ShadePixelByLights(const FX_Double_Pixel& color,
+                                               const FX_D_Point& normal, double x, double y) const {
   using Light = const LightSource&;
   const TSLightGather gather =
       Gathered([&](Light light, TSLightGather& g) { ShadeDistant(normal, light, g); },

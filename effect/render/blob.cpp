@@ -63,9 +63,10 @@ inline double Fold(double u, double margin, double last) {
 // Kept out of the pixel function, so that most pixels, which hold no stroke, cost a few comparisons
 // and no stack frame.
 template <class Pixel>
-[[gnu::noinline]] PF_Err ShadeStroke(const RIPInfo<Pixel>& info, const Heights h, A_long x,
-                                     A_long y, Pixel* out) {
+[[gnu::noinline]] PF_Err ShadeStroke(const RIPInfo<Pixel>& info, float here, float left, float up,
+                                     A_long x, A_long y, Pixel* out) {
   using Traits = PixelTraits<Pixel>;
+  const Heights h{here, left, up};
   const FX_D_Point normal = Normal(info, h);
   const double ox = normal.x * info.reflectionScale;
   const double oy = normal.y * info.reflectionScale;
@@ -110,7 +111,7 @@ PF_Err BlobRIP(void* refcon, A_long x, A_long y, Pixel* /*in*/, Pixel* out) {
   const float left = x == 0 ? here : cell[-1];
   const float up = y == 0 ? here : cell[-info.fieldStride];
   if (here < 0.0F && left < 0.0F && up < 0.0F) return PF_Err_NONE;
-  return ShadeStroke(info, {here, left, up}, x, y, out);
+  return ShadeStroke(info, here, left, up, x, y, out);
 }
 
 template PF_Err BlobRIP<PF_Pixel>(void*, A_long, A_long, PF_Pixel*, PF_Pixel*);

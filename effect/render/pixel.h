@@ -1,11 +1,17 @@
 // The three pixel types: their scales, and conversions between them and 0..1.
 #pragma once
 
-#include "host/safe_cast.h"
 #include "light/geometry.h"
 #include "pf_types.h"
 
 namespace vorlin {
+
+/// v truncated into 0..white; NaN gives 0. Without branches: a pixel's channels are as often white
+/// as not.
+inline int TruncWithin(double v, double white) {
+  const double positive = v > 0.0 ? v : 0.0;
+  return static_cast<int>(positive < white ? positive : white);
+}
 
 template <class Pixel>
 struct PixelTraits;
@@ -14,8 +20,7 @@ template <>
 struct PixelTraits<PF_Pixel> {
   static constexpr double kToUnit = 0.00392156862745098;  // 1 / 255
   static A_u_char FromUnit(double v) { return Clamped(v * 255.0); }
-  /// Truncated into 0..255; NaN gives 0.
-  static A_u_char Clamped(double v) { return TruncTo<A_u_char>(v); }
+  static A_u_char Clamped(double v) { return static_cast<A_u_char>(TruncWithin(v, 255.0)); }
 };
 
 template <>
@@ -23,8 +28,7 @@ struct PixelTraits<PF_Pixel16> {
   static constexpr double kWhite = 32768.0;
   static constexpr double kToUnit = 3.0517578125e-05;  // 1 / 32768
   static A_u_short FromUnit(double v) { return Clamped(v * kWhite); }
-  /// Truncated into 0..32768; NaN gives 0.
-  static A_u_short Clamped(double v) { return TruncTo<A_u_short>(v > kWhite ? kWhite : v); }
+  static A_u_short Clamped(double v) { return static_cast<A_u_short>(TruncWithin(v, kWhite)); }
 };
 
 template <>

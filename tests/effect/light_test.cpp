@@ -245,6 +245,72 @@ TEST(Shading, PixelsEqualThePlainFormulas) {
   }
 }
 
+/// ShadePixel from the operations of single lights, as the formulas state it.
+FX_Double_Pixel LightByLight(const LightShade& model, const FX_Double_Pixel& color,
+                             const FX_D_Point& n, double x, double y) {
+  vorlin::TSLightGather sum{model.ambientLight, {}, {}};
+  for (const vorlin::LightSource& light : model.Lights()) {
+    if (light.type == 1) model.ShadeDistant(n, light, sum);
+    if (light.type == 2) model.ShadePoint(n, light, sum, x, y);
+    if (light.type == 3) model.ShadeSpot(n, light, sum, x, y);
+  }
+  const auto lit = [&](double c, double diffuse, double dust, double specular) {
+    return c * diffuse + dust + (1.0 + (c - 1.0) * model.metallicity) * specular;
+  };
+  return {color.alpha, lit(color.red, sum.diffuse.red, sum.dust.red, sum.specular.red),
+          lit(color.green, sum.diffuse.green, sum.dust.green, sum.specular.green),
+          lit(color.blue, sum.diffuse.blue, sum.dust.blue, sum.specular.blue)};
+}
+
+TEST(Shading, PixelsEqualTheLightsOneByOneForEveryInput) {
+  fake::Host host;
+  RandomScene scene(11);
+  constexpr double kInf = std::numeric_limits<double>::infinity();
+  const double odd[]{0.0, -0.0, kNaN, kInf, -kInf, 1e308, -1e308, 1e-320, 1.0, -1.0};
+  // A number of the usual kind, or now and then any other.
+  int oddness = 0;
+  const auto some = [&](double usual) {
+    const bool strange = oddness != 0 && scene.random() % static_cast<unsigned>(oddness) == 0;
+    return strange ? odd[scene.random() % std::size(odd)] : usual;
+  };
+  const auto point = [&](const oracle::Vec& v) {
+    return FX_D_Point{some(v.x), some(v.y), some(v.z)};
+  };
+  int finite = 0;
+  for (int round = 0; round < 20000; ++round) {
+    oddness = round % 4 == 0 ? 0 : round % 4 == 1 ? 10 : 60;
+    const double dust = round % 3 == 0 ? some(scene.In(0, 1)) : 0.0;
+    LightShade model(&host.in, some(1), some(0.3), some(0.9), dust, some(scene.In(0, 1)),
+                     some(scene.In(0.5, 200)));
+    model.AddAmbientLight({1, some(0.3), some(0.2), some(0.1)});
+    if (round % 7 == 0) model.SetAmbientShading(-0.0);
+    for (int i = round % 20; i-- > 0;) {
+      const oracle::Light l =
+          scene.Light(round % 2 == 0 ? 1 : static_cast<int>(scene.random() % 5));
+      model.AddLightSource({static_cast<std::int16_t>(l.type),
+                            {7, some(l.color[0]), some(l.color[1]), some(l.color[2])},
+                            point(l.direction),
+                            point(l.position),
+                            some(l.outer_cos),
+                            some(l.inner_cos)});
+    }
+    const FX_Double_Pixel color{0.5, some(scene.In(0, 1)), some(0.25), some(1)};
+    const FX_D_Point n = point(scene.Unit());
+    const double x = some(scene.In(-60, 60));
+    const double y = some(scene.In(-60, 60));
+    const Three fast = Rgb(model.ShadePixel(color, n, x, y));
+    const Three plain = Rgb(LightByLight(model, color, n, x, y));
+    for (std::size_t c = 0; c < 3; ++c) {
+      const bool both_nan = std::isnan(fast[c]) && std::isnan(plain[c]);
+      ASSERT_TRUE(both_nan ||
+                  (fast[c] == plain[c] && std::signbit(fast[c]) == std::signbit(plain[c])))
+          << round << ": " << fast[c] << " and " << plain[c];
+      finite += std::isfinite(plain[c]) ? 1 : 0;
+    }
+  }
+  EXPECT_GT(finite, 20000);
+}
+
 TEST(Shading, WithoutLightsOnlyAmbientCounts) {
   fake::Host host;
   LightShade model(&host.in);
