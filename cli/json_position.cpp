@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cctype>
 #include <memory>
-#include <regex>
 #include <string_view>
 
 #include "errors.h"
@@ -23,7 +22,30 @@ Json::CharReaderBuilder Dialect() {
   builder["allowComments"] = true;
   builder["collectComments"] = false;
   builder["stackLimit"] = kDeepest;
+  builder["skipBom"] = false;  // one has been taken off
   return builder;
+}
+
+/// Whether the text is a number as JSON writes it.
+bool IsNumber(std::string_view text) {
+  const auto take = [&](std::string_view any) {
+    const bool found = !text.empty() && any.find(text.front()) != any.npos;
+    if (found) text.remove_prefix(1);
+    return found;
+  };
+  const auto take_digits = [&] {
+    const std::size_t before = text.size();
+    text.remove_prefix(std::min(text.find_first_not_of("0123456789"), text.size()));
+    return text.size() < before;
+  };
+  take("-");
+  if (!take("0") && !take_digits()) return false;
+  if (take(".") && !take_digits()) return false;
+  if (take("eE")) {
+    take("+-");
+    if (!take_digits()) return false;
+  }
+  return text.empty();
 }
 
 // The parser reports "* Line 7, Column 12\n  What is wrong\n..."; the first report is the cause.
@@ -65,6 +87,18 @@ std::size_t LastStringBefore(std::string_view text, std::size_t start, std::size
   return last;
 }
 
+// The first bracket whose content is nested too deep.
+std::size_t DeepestBracket(std::string_view text) {
+  int depth = 0;
+  std::size_t at = 0;
+  for (; at < text.size(); at = SkipToken(text, at)) {
+    if (text[at] == '[' || text[at] == '{') ++depth;
+    if (text[at] == ']' || text[at] == '}') --depth;
+    if (depth == kDeepest) break;
+  }
+  return at;
+}
+
 std::size_t Start(const Json::Value& value) {
   return static_cast<std::size_t>(value.getOffsetStart());
 }
@@ -75,13 +109,14 @@ JsonText::JsonText(std::string name, std::string text)
     : name_(std::move(name)), text_(std::move(text)) {
   // The parser passes over a byte-order mark, but does not count it in its offsets.
   if (text_.starts_with("\xEF\xBB\xBF")) text_.erase(0, 3);
-  const std::unique_ptr<Json::CharReader> reader(Dialect().newCharReader());
+  static const Json::CharReaderBuilder kDialect = Dialect();
+  const std::unique_ptr<Json::CharReader> reader(kDialect.newCharReader());
   std::string reports;
   bool good = false;
   try {
     good = reader->parse(text_.data(), text_.data() + text_.size(), &root_, &reports);
   } catch (const Json::Exception&) {
-    throw InputError(fmt::format("{}: nested deeper than {} levels", name_, kDeepest));
+    FailAtOffset(DeepestBracket(text_), fmt::format("nested deeper than {} levels", kDeepest));
   }
   if (!good) throw InputError(FirstReport(name_, reports));
   CheckNumbers(root_);
@@ -99,10 +134,8 @@ JsonText JsonText::Read(const std::filesystem::path& path) {
 
 void JsonText::CheckNumbers(const Json::Value& value) const {
   if (value.isNumeric()) {
-    static const std::regex number(R"(-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][-+]?[0-9]+)?)");
-    const std::string written(Written(value));
-    if (!std::regex_match(written, number))
-      FailAt(value, fmt::format("'{}' is not a number", written));
+    const std::string_view written = Written(value);
+    if (!IsNumber(written)) FailAt(value, fmt::format("'{}' is not a number", written));
   }
   if (value.isArray() || value.isObject()) {
     for (const Json::Value& part : value) CheckNumbers(part);

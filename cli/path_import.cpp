@@ -5,12 +5,18 @@
 #include <json/json.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
+#include <optional>
 #include <sstream>
+#include <string_view>
 
 #include "errors.h"
 #include "hosting/motion_path.h"
+#include "hosting/values.h"
 #include "layer_source.h"
 #include "svg_drawing.h"
 #include "text_file.h"
@@ -23,23 +29,53 @@ using hosting::Point;
 
 Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
 
-std::vector<Key<Point>> FromCsv(const PathImport& wanted) {
-  std::istringstream text(ReadTextFile(wanted.file));
+/// The three numbers that a row begins with; none when it does not. Further columns are passed
+/// over.
+std::optional<std::array<double, 3>> ReadRow(std::string_view row) {
+  const auto skip_space = [&] {
+    row.remove_prefix(std::min(row.find_first_not_of(" \t\r"), row.size()));
+  };
+  std::array<double, 3> numbers{};
+  for (double& number : numbers) {
+    skip_space();
+    if (row.starts_with('+')) row.remove_prefix(1);
+    const auto [end, error] = std::from_chars(row.data(), row.data() + row.size(), number);
+    if (error != std::errc{} || !std::isfinite(number)) return std::nullopt;
+    row.remove_prefix(static_cast<std::size_t>(end - row.data()));
+    skip_space();
+    const bool last = &number == &numbers.back();
+    if (last && row.empty()) break;
+    if (!row.starts_with(',')) return std::nullopt;
+    row.remove_prefix(1);
+  }
+  return numbers;
+}
+
+void CheckInReach(const PathImport& wanted, Point point) {
+  const auto within = [](double v) { return std::abs(v) <= hosting::kFixedLimit; };
+  if (within(point.x) && within(point.y)) return;
+  throw InputError(fmt::format("{}: ({}, {}) is out of reach; points go to {} pixels",
+                               wanted.file.string(), point.x, point.y, hosting::kFixedLimit));
+}
+
+std::vector<Key<Point>> FromCsv(const PathImport& wanted, const std::string& csv) {
+  std::istringstream text(csv);
   std::vector<Key<Point>> keys;
   std::string line;
   for (int number = 1; std::getline(text, line); ++number) {
-    double frame = 0;
-    Key<Point> key;
-    if (std::sscanf(line.c_str(), " %lf , %lf , %lf", &frame, &key.value.x, &key.value.y) != 3) {
+    const auto row = ReadRow(line);
+    if (!row) {
       const bool blank = line.find_first_not_of(" \t\r") == line.npos;
       if (blank || number == 1) continue;  // the first row may be a heading
       throw InputError(fmt::format("{}:{}: expected frame,x,y", wanted.file.string(), number));
     }
-    key.seconds = frame / wanted.frame_rate;
-    if (!keys.empty() && !(keys.back().seconds < key.seconds)) {
+    const auto [frame, x, y] = *row;
+    CheckInReach(wanted, {x, y});
+    const double seconds = frame / wanted.frame_rate;
+    if (!keys.empty() && !(keys.back().seconds < seconds)) {
       throw InputError(fmt::format("{}:{}: frames must rise", wanted.file.string(), number));
     }
-    keys.push_back(key);
+    keys.push_back({.seconds = seconds, .value = {x, y}});
   }
   if (keys.empty()) {
     throw InputError(fmt::format("{}: there is no row frame,x,y", wanted.file.string()));
@@ -68,8 +104,8 @@ Affine ToLayer(const DrawnPath& drawing, const std::filesystem::path& layer_file
          frame.Inverse();
 }
 
-std::vector<Curve> DrawnCurves(const PathImport& wanted) {
-  DrawnPath drawing = ReadDrawnPath(ReadTextFile(wanted.file), wanted.id);
+std::vector<Curve> DrawnCurves(const PathImport& wanted, const std::string& svg) {
+  DrawnPath drawing = ReadDrawnPath(svg, wanted.id);
   if (wanted.layer.empty()) return drawing.curves;
   const Affine to_layer = ToLayer(drawing, wanted.layer);
   for (Curve& curve : drawing.curves) {
@@ -78,21 +114,24 @@ std::vector<Curve> DrawnCurves(const PathImport& wanted) {
   return drawing.curves;
 }
 
-std::vector<Key<Point>> FromSvg(const PathImport& wanted) {
-  const std::vector<Curve> curves = DrawnCurves(wanted);
-  if (curves.empty()) throw InputError("the SVG's path has no length");
-  std::vector<double> lengths{0};  // from the start to the end of each curve
+std::vector<Key<Point>> FromSvg(const PathImport& wanted, const std::string& svg) {
+  const std::vector<Curve> curves = DrawnCurves(wanted, svg);
+  std::vector<double> lengths;
   for (const Curve& c : curves) {
-    const hosting::MotionPath path(c[0], c[1] - c[0], c[2] - c[3], c[3]);
-    lengths.push_back(lengths.back() + path.length());
+    for (const Point& point : c) CheckInReach(wanted, point);
+    lengths.push_back(hosting::MotionPath(c[0], c[1] - c[0], c[2] - c[3], c[3]).length());
   }
-  std::vector<Key<Point>> keys(curves.size() + 1);
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    const double part = lengths[i] / lengths.back();
-    keys[i].seconds = wanted.from + (wanted.to - wanted.from) * part;
-    keys[i].value = i == 0 ? curves[0][0] : curves[i - 1][3];
-    if (i > 0) keys[i].in_tangent = curves[i - 1][2] - curves[i - 1][3];
-    if (i < curves.size()) keys[i].out_tangent = curves[i][1] - curves[i][0];
+  const double total = std::accumulate(lengths.begin(), lengths.end(), 0.0);
+  if (!(total > 0)) throw InputError("the SVG's path has no length");
+  std::vector<Key<Point>> keys{{.seconds = wanted.from, .value = curves.front()[0]}};
+  double travelled = 0;
+  for (std::size_t i = 0; i < curves.size(); ++i) {
+    const Curve& c = curves[i];
+    travelled += lengths[i];
+    const double seconds = wanted.from + (wanted.to - wanted.from) * (travelled / total);
+    if (!(keys.back().seconds < seconds)) continue;  // too short for its time to be told
+    keys.back().out_tangent = c[1] - c[0];
+    keys.push_back({.seconds = seconds, .value = c[3], .in_tangent = c[2] - c[3]});
   }
   if (wanted.smooth) {
     keys.front().out = hosting::kSmooth;
@@ -104,12 +143,16 @@ std::vector<Key<Point>> FromSvg(const PathImport& wanted) {
 }  // namespace
 
 std::vector<Key<Point>> ImportPath(const PathImport& wanted) {
+  return ImportPath(wanted, ReadTextFile(wanted.file));
+}
+
+std::vector<Key<Point>> ImportPath(const PathImport& wanted, const std::string& text) {
   if (!(wanted.from < wanted.to)) {
     throw InputError(
         fmt::format("--to ({} s) must come after --from ({} s)", wanted.to, wanted.from));
   }
-  if (wanted.file.extension() == ".svg") return FromSvg(wanted);
-  if (wanted.file.extension() == ".csv") return FromCsv(wanted);
+  if (wanted.file.extension() == ".svg") return FromSvg(wanted, text);
+  if (wanted.file.extension() == ".csv") return FromCsv(wanted, text);
   throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
 }
 
@@ -121,8 +164,8 @@ std::string AsJson(const Key<Point>& key) {
   const auto pair = [](double a, double b) {
     return fmt::format("[{}, {}]", Rounded(a), Rounded(b));
   };
-  std::string text = fmt::format("\"time\": {}, \"value\": {}", Rounded(key.seconds),
-                                 pair(key.value.x, key.value.y));
+  std::string text =
+      fmt::format("\"time\": {}, \"value\": {}", key.seconds, pair(key.value.x, key.value.y));
   const auto add = [&](const char* name, double a, double b) {
     text += fmt::format(", \"{}\": {}", name, pair(a, b));
   };
@@ -133,27 +176,27 @@ std::string AsJson(const Key<Point>& key) {
   return fmt::format("{{{}}}", text);
 }
 
-/// `"Brush Position": {...}`, each line after `indent`.
-std::string BrushPosition(const std::vector<Key<Point>>& keys, const std::string& indent) {
+}  // namespace
+
+std::string BrushPositionText(const std::vector<Key<Point>>& keys, const std::string& indent) {
   std::vector<std::string> lines;
   for (const Key<Point>& key : keys) lines.push_back(fmt::format("{}    {}", indent, AsJson(key)));
   return fmt::format("{0}\"Brush Position\": {{\n{0}  \"keys\": [\n{1}\n{0}  ]\n{0}}}\n", indent,
                      fmt::join(lines, ",\n"));
 }
 
-}  // namespace
-
 void RunImportPath(const PathImport& wanted) {
   const std::vector<Key<Point>> keys = ImportPath(wanted);
   if (wanted.layer.empty()) {
-    fmt::print("{}", BrushPosition(keys, ""));
+    fmt::print("{}", BrushPositionText(keys, ""));
     return;
   }
   fmt::print(
       "{{\n  \"layer\": {},\n  \"frame_rate\": {},\n  \"duration\": {},\n  \"controls\": {{\n{}  "
       "}}\n}}\n",
       Json::valueToQuotedString(wanted.layer.string().c_str()), Rounded(wanted.frame_rate),
-      Rounded(std::max(keys.back().seconds, 1 / wanted.frame_rate)), BrushPosition(keys, "    "));
+      Rounded(std::max(keys.back().seconds, 1 / wanted.frame_rate)),
+      BrushPositionText(keys, "    "));
 }
 
 }  // namespace cli

@@ -26,6 +26,13 @@ struct PathImport {
 };
 
 std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted);
+/// The same from what the file holds.
+std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted,
+                                                     const std::string& text);
+
+/// The keys as a scene's "Brush Position", each line after `indent`.
+std::string BrushPositionText(const std::vector<hosting::Key<hosting::Point>>& keys,
+                              const std::string& indent = {});
 
 /// Prints the keys as a scene's "Brush Position" on standard output, or a whole scene when there is
 /// a layer.

@@ -91,7 +91,12 @@ void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) 
 
 Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
                 const SceneChanges& changes) {
-  const JsonText json = JsonText::Read(path);
+  return ReadScene(JsonText::Read(path), path.parent_path(), effect, changes);
+}
+
+Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
+                const hosting::Effect& effect, const SceneChanges& changes,
+                const LayerOpener& open) {
   const Json::Value& root = json.root();
   CheckKeys(json, root, "a scene",
             {"$schema", "layer", "frame_rate", "duration", "pixel_aspect", "controls", "lights",
@@ -107,8 +112,15 @@ Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect
   if (const Json::Value* lights = Find(root, "lights")) {
     ReadLights(json, *lights, setup.composition);
   }
-  const std::string picture = ReadText(json, Need(json, root, "layer"));
-  LayerSource layer = OpenLayer(path.parent_path() / picture);
+  const Json::Value& picture = Need(json, root, "layer");
+  const std::filesystem::path file = folder / ReadText(json, picture);
+  LayerSource layer = [&] {
+    try {
+      return open(file);
+    } catch (const InputError& error) {  // what the name says is wrong, not what the file holds
+      json.FailAt(picture, error.what());
+    }
+  }();
   setup.width = layer.width;
   setup.height = layer.height;
   setup.picture = std::move(layer.picture);

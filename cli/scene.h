@@ -8,6 +8,8 @@
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
+#include "json_position.h"
+#include "layer_source.h"
 
 namespace cli {
 
@@ -29,5 +31,12 @@ struct SceneChanges {
 /// InputError for what the scene says, FileError for files that cannot be read.
 Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
                 const SceneChanges& changes = {});
+
+using LayerOpener = std::function<LayerSource(const std::filesystem::path&)>;
+
+/// The same for a text whose paths are relative to `folder`; `open` opens its layer.
+Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
+                const hosting::Effect& effect, const SceneChanges& changes,
+                const LayerOpener& open = OpenLayer);
 
 }  // namespace cli

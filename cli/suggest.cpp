@@ -42,6 +42,8 @@ std::string DidYouMean(std::string_view word, std::span<const std::string> candi
   std::size_t nearest = std::max<std::size_t>(2, word.size() / 3) + 1;
   const std::string* found = nullptr;
   for (const std::string& candidate : candidates) {
+    const auto [shorter, longer] = std::minmax({word.size(), candidate.size()});
+    if (longer - shorter >= nearest) continue;  // as far apart as their lengths at least
     const std::size_t distance = EditDistance(word, candidate);
     if (distance < nearest && distance < candidate.size()) {
       nearest = distance;

@@ -50,9 +50,6 @@ void CheckWithin(const ControlInfo& control, double value, double min, double ma
   if (!(value >= min && value <= max)) RefuseRange(control, value, min, max);
 }
 
-// What 16.16 holds.
-constexpr double kFixedLimit = 32767;
-
 /// The sliders' ranges as typed and shown: their 16.16 form cuts off up to 1/65536.
 constexpr double kFixedUlp = 1.0 / 65536;
 

@@ -166,6 +166,25 @@ TEST_F(ImportedPaths, CsvRowsAreKeys) {
             "p.csv:2: expected frame,x,y");
 }
 
+TEST_F(ImportedPaths, RefuseWhatNoSceneTakes) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"0,1,2\n1,nan,2\n", "p.csv:2: expected frame,x,y"},
+      {"0,1,2\n0x10,1,2\n", "p.csv:2: expected frame,x,y"},
+      {"0,1,2\n1,2,3px\n", "p.csv:2: expected frame,x,y"},
+      {"0,1e5,2\n", "p.csv: (100000, 2) is out of reach; points go to 32767 pixels"},
+      {"<path d='M0 0 Q9 1e300 3 3'/>",
+       "p.svg: (6, 6.666666666666667e+299) is out of reach; points go to 32767 pixels"},
+      {"<path d='M0 0 H0'/>", "the SVG's path has no length"},
+  };
+  for (const auto& [text, message] : cases) {
+    const PathImport import{.file = text[0] == '<' ? "p.svg" : "p.csv", .id = {}};
+    EXPECT_EQ(MessageOf([&, text = text] { ImportPath(import, text); }), message) << text;
+  }
+  // A piece too short to take any time of its own takes none.
+  const PathImport svg{.file = "p.svg", .id = {}};
+  EXPECT_EQ(ImportPath(svg, "<path d='M0 0 H100 H100.00000000000001 H200'/>").size(), 3U);
+}
+
 TEST_F(ImportedPaths, FitIntoAScene) {
   WriteText("p.svg", R"(<svg><path d="M4 4 C4 30 30 30 30 4"/></svg>)");
   const RunResult result =

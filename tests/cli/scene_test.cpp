@@ -58,8 +58,13 @@ TEST_F(Scenes, SayWhatIsWrongAndWhere) {
     EXPECT_EQ(MessageOf([&text = text] { Read(text); }), std::string("scene.json:") + message)
         << text;
   }
+  const std::string digits(300000, '1');
+  EXPECT_EQ(MessageOf([&] { Read("{\"duration\": " + digits + "x}"); }).substr(0, 18),
+            "scene.json:1:14: '");
+  EXPECT_EQ(MessageOf([&] { Read(R"({"layer": "a#.#.png", "duration": 1})"); }),
+            "scene.json:1:11: \"a#.#.png\" holds more than one frame number");
   EXPECT_EQ(MessageOf([] { Read(std::string(5000, '[')); }),
-            "scene.json: nested deeper than 100 levels");
+            "scene.json:1:100: nested deeper than 100 levels");
 }
 
 TEST_F(Scenes, SayWhatIsWrongWithAControl) {

@@ -48,4 +48,7 @@ inline int Blend(int a, int, double) { return a; }
 /// v as 16.16, rounded to nearest; what does not fit becomes the nearest that does, NaN becomes 0.
 PF_Fixed ToFixed(double v);
 
+/// The largest whole number of which 16.16 holds both signs.
+inline constexpr double kFixedLimit = 32767;
+
 }  // namespace hosting
