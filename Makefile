@@ -2,7 +2,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: build demo gallery schemas package test bench coverage clean
+.PHONY: build demo gallery schemas package test torture bench coverage fuzz clean
 
 build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
@@ -61,6 +61,15 @@ coverage: | deps
 	set -e; for t in effect_tests frame_tests; do build/coverage/tests/effect/$$t --gtest_brief=1; done
 	$(GCOVR) --filter effect/
 	$(GCOVR) --filter '$(KEEPERS)' --fail-under-branch 100
+
+# Each fuzzer for that long. What it finds is left in build/fuzz/found, and belongs into fuzz/corpus once mended.
+FUZZ_SECONDS ?= 60
+FUZZERS ?= entry scene path
+fuzz: | deps
+	@tools/install-deps fuzz
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	tools/fuzz $(FUZZ_SECONDS) $(FUZZERS)
 
 clean:
 	rm -rf build demo

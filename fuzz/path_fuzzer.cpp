@@ -1,0 +1,66 @@
+// Any bytes as an SVG or CSV path: keys that a scene accepts as its "Brush Position", or an error.
+// The first byte chooses the kind of file and the options.
+#include <cmath>
+#include <string>
+
+#include "errors.h"
+#include "hosting/effect.h"
+#include "invariant.h"
+#include "path_import.h"
+#include "pf_effect.h"
+#include "scene_controls.h"
+
+extern "C" PF_Err MainEntry(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data,
+                            PF_ParamDef* params[], PF_LayerDef* output, void* extra);
+
+namespace {
+
+using fuzz::Require;
+using hosting::Point;
+
+cli::PathImport Options(unsigned choice) {
+  cli::PathImport options;
+  options.file = (choice & 1) != 0 ? "p.csv" : "p.svg";
+  if ((choice & 2) != 0) options.id.push_back('b');
+  if ((choice & 4) != 0) options.from = -1.5;
+  if ((choice & 8) != 0) options.to = 60000;
+  options.smooth = (choice & 16) != 0;
+  if ((choice & 32) != 0) options.frame_rate = 23.976;
+  return options;
+}
+
+bool Near(double a, double b) { return std::abs(a - b) <= 1e-5 * std::max(1.0, std::abs(a)); }
+
+/// What is printed, pasted into a scene, gives the keys back.
+void CheckInScene(const std::vector<hosting::Key<Point>>& keys) {
+  static const hosting::Effect effect(MainEntry);
+  hosting::ControlTracks controls(effect.controls(), 640, 360);
+  const std::string text = '{' + cli::BrushPositionText(keys) + '}';
+  const cli::JsonText json("printed", text);
+  cli::ReadControls(json, json.root(), controls);
+  const auto& read = std::get<hosting::Track<Point>>(controls.TrackOf(1)).keys();
+  Require(read.size() == keys.size(), text);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    Require(Near(read[i].seconds, keys[i].seconds), text);
+    Require(Near(read[i].value.x, keys[i].value.x) && Near(read[i].value.y, keys[i].value.y), text);
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  std::vector<hosting::Key<Point>> keys;
+  try {
+    keys = cli::ImportPath(Options(data[0]), text);
+  } catch (const cli::InputError&) {
+    return 0;
+  }
+  try {
+    CheckInScene(keys);
+  } catch (const cli::Error& error) {
+    Require(false, std::string(error.what()).append(": ").append(cli::BrushPositionText(keys)));
+  }
+  return 0;
+}
