@@ -40,13 +40,13 @@ test: build
 	ctest --preset $(PRESET)
 
 # Ratios to references that are measured in the same run; the machine should be idle.
-BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.1
+BENCH_ARGS ?= --benchmark_counters_tabular=true --benchmark_min_time=0.3
 BENCHES := splat_bench pixel_bench
 bench: | deps
 	@tools/install-deps bench
 	cmake --preset $(PRESET) -D VORLIN_BENCH=ON
 	cmake --build $(BUILD) --target $(BENCHES)
-	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS); done
+	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
 
 # Branches that only an exception of the compiler's making takes are left out. Every other one must be taken in
 # the files that keep the books: entry, environment, scratch world and driver.
