@@ -47,6 +47,11 @@ std::span<const Check> AllChecks() {
        60, CheckSizes},
       {"pixels", "float pixels that are infinite, no numbers, immense or subnormal", 2,
        Axes::kFloat, 20, CheckFloatPixels},
+      {"pairs", "two calls of a frame fail or throw, drawn by lot", 3, Axes::kAll, 600, SweepPairs},
+      {"sequences", "after random commands with random faults a frame is the same", 3, Axes::kAll,
+       600, CheckSequences},
+      {"mixes", "controls, times and scales at their extremes together, drawn by lot", 3,
+       Axes::kAll, 600, CheckMixes},
   };
   return kChecks;
 }

@@ -55,14 +55,17 @@ void CheckReload(const Case&);
 void CheckBooks(const Case&);
 void CheckHost(const Case&);    // host.cpp
 void SweepFaults(const Case&);  // sweep.cpp
+void SweepPairs(const Case&);
 void SweepProgress(const Case&);
 void SweepAllocations(const Case&);
 void CheckSuites(const Case&);  // suites.cpp
 void CheckOrders(const Case&);  // determinism.cpp
 void CheckRepeats(const Case&);
+void CheckSequences(const Case&);
 void CheckRegions(const Case&);
 void CheckFresh(const Case&);
 void CheckControlValues(const Case&);  // hostile.cpp
+void CheckMixes(const Case&);
 void CheckTimes(const Case&);
 void CheckScales(const Case&);
 void CheckSizes(const Case&);

@@ -1,9 +1,12 @@
 // The same frame is the same bytes, whatever came before it and however it is computed.
 #include <cstring>
+#include <new>
+#include <random>
 #include <stdexcept>
 
 #include "bench.h"
 #include "checks.h"
+#include "fault.h"
 
 namespace validate {
 namespace {
@@ -119,6 +122,50 @@ void CheckRepeats(const Case& c) {
     bench.observer = {};
     bench.Use(Setup(bench), Unwatched(bench, 1));
     comparison.Again("after failure " + std::to_string(at));
+  }
+}
+
+void CheckSequences(const Case& c) {
+  constexpr int kSequences = 300;
+  constexpr int kMostSteps = 12;
+  Bench bench(c.plugin, c.config);
+  Comparison comparison(c, bench);
+  const std::vector<Config> configs = AllConfigs();
+  for (int sequence = 0; sequence < kSequences; ++sequence) {
+    std::mt19937 lots(c.seed * 1000003u + static_cast<unsigned>(sequence));
+    const auto draw = [&](int below) { return static_cast<int>(lots() % unsigned(below)); };
+    for (int steps = 1 + draw(kMostSteps); steps > 0; --steps) {
+      const Config& other = configs[static_cast<std::size_t>(draw(int(configs.size())))];
+      hosting::RenderOptions options = bench.Options();
+      options.depth = other.depth;
+      options.smart = other.smart;
+      bench.Use(StrokeSetup(bench.effect(), other, 1 + draw(40), 1 + draw(40)), options);
+      int until_fault = draw(200);
+      const int way = draw(3);
+      bench.observer = [&](const hosting::Call&) -> PF_Err {
+        if (until_fault-- != 0) return PF_Err_NONE;
+        if (way == 0) throw std::runtime_error("host");
+        if (way == 1) throw std::bad_alloc();
+        return kFailCode;
+      };
+      const hosting::Effect& effect = bench.effect();
+      const int frame = draw(12);
+      switch (draw(4)) {
+        case 0:
+          bench.Run([&] { effect.Supervise(bench.setup(), 0, effect.InitialPanel(), 8); });
+          break;
+        case 1:
+          bench.Run([&] { effect.DynamicFlags(bench.setup(), frame); });
+          break;
+        default:
+          bench.RenderAt(frame);
+      }
+      bench.observer = {};
+      c.report.Count("commands");
+      c.report.Expect(bench.seen().breach.empty(), bench.seen().breach);
+    }
+    bench.Use(Setup(bench), Unwatched(bench, 1));
+    comparison.Again("sequence " + std::to_string(sequence));
   }
 }
 

@@ -1,5 +1,6 @@
 #include "injector.h"
 
+#include <algorithm>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -56,7 +57,7 @@ struct Foreign {};  // of no type that the effect could know
 PF_Err Injector::Observe(const Call& call) {
   const std::uint64_t ordinal = calls_.size();
   calls_.push_back(call.kind);
-  if ((decided_ || (may_ && struck_)) && late_call_.empty() && !MayFollow(call)) {
+  if ((decided_ || !may_.empty()) && late_call_.empty() && !MayFollow(call)) {
     late_call_ = call.Text();
   }
   if (!decided_ && IsRender(call.command)) {
@@ -65,37 +66,45 @@ PF_Err Injector::Observe(const Call& call) {
       pass_reached_ = true;
     }
   }
-  const bool here =
-      fault_ && (ordinal == fault_->at || (ordinal > fault_->at && Persists(fault_->injection)));
-  const PF_Err answer = here ? Strike(call) : PF_Err_NONE;
+  const Fault* const fault = FaultAt(ordinal);
+  const PF_Err answer = fault != nullptr ? Strike(call, fault->injection) : PF_Err_NONE;
   if (!decided_ && IsRender(call.command) && call.kind == CallKind::kFill) output_filled_ = true;
   return answer;
 }
 
-PF_Err Injector::Strike(const Call& call) {
+/// One made for that call comes before one that persists from an earlier call.
+const Fault* Injector::FaultAt(std::uint64_t ordinal) const {
+  const Fault* persistent = nullptr;
+  for (const Fault& fault : faults_) {
+    if (ordinal == fault.at) return &fault;
+    if (ordinal > fault.at && Persists(fault.injection)) persistent = &fault;
+  }
+  return persistent;
+}
+
+PF_Err Injector::Strike(const Call& call, Injection injection) {
   struck_ = true;
-  const Injection injection = fault_->injection;
   if (Throws(injection)) {
-    if (!decided_) {
-      // What gives back may swallow it: the code of a release is of no interest either.
-      if (!GivesBack(call.kind)) {
-        Decide(call, may_.value_or(CodeOf(injection)));
-      } else if (!may_) {
-        may_ = CodeOf(injection);
-      }
+    // What gives back may swallow it: the code of a release is of no interest either. And on the
+    // way out with a code, an exception may take the code's place.
+    if (!decided_ && !GivesBack(call.kind)) {
+      Decide(call, CodeOf(injection), true);
+    } else if (!decided_ || !decided_by_throw_) {
+      may_.push_back(CodeOf(injection));
     }
     Throw(injection);
   }
   if (!HasCode(call.kind)) return PF_Err_NONE;
   if (!decided_) {
-    if (const auto code = CodeOfFailure(call)) Decide(call, *code);
+    if (const auto code = CodeOfFailure(call)) Decide(call, *code, false);
   }
   return kFailCode;
 }
 
-void Injector::Decide(const Call& call, PF_Err code) {
+void Injector::Decide(const Call& call, PF_Err code, bool thrown) {
   decided_ = code;
   decided_by_ = call.kind;
+  decided_by_throw_ = thrown;
 }
 
 /// Nothing when the failure is to be ignored.
@@ -142,15 +151,14 @@ bool Injector::MayFollow(const Call& call) const {
   const bool sampled = decided_by_ == CallKind::kAreaSample8 ||
                        decided_by_ == CallKind::kAreaSample16 ||
                        decided_by_ == CallKind::kAreaSampleFloat;
-  return sampled && !Throws(fault_->injection) &&
+  return sampled && !decided_by_throw_ &&
          (call.kind == CallKind::kSqrt || call.kind == CallKind::kPow);
 }
 
 std::string Injector::Judge(PF_Err code) const {
   const auto text = [](PF_Err err) { return std::to_string(err); };
-  if (decided_) return code == *decided_ ? "" : "gave " + text(code) + ", not " + text(*decided_);
-  if (may_ && code == *may_) return "";
-  const PF_Err expected = eventually_.value_or(PF_Err_NONE);
+  if (std::find(may_.begin(), may_.end(), code) != may_.end()) return "";
+  const PF_Err expected = decided_.value_or(eventually_.value_or(PF_Err_NONE));
   return code == expected ? "" : "gave " + text(code) + ", not " + text(expected);
 }
 

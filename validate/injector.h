@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fault.h"
@@ -13,9 +14,9 @@ namespace validate {
 
 class Injector {
  public:
-  /// Nothing is injected without a fault. depth is the output's.
-  explicit Injector(hosting::Depth depth, std::optional<Fault> fault = std::nullopt)
-      : depth_(depth), fault_(fault) {}
+  /// depth is the output's.
+  explicit Injector(hosting::Depth depth, std::vector<Fault> faults = {})
+      : depth_(depth), faults_(std::move(faults)) {}
 
   /// What the observer answers, or throws.
   PF_Err Observe(const hosting::Call& call);
@@ -36,13 +37,14 @@ class Injector {
   const std::string& late_call() const { return late_call_; }
 
  private:
-  PF_Err Strike(const hosting::Call& call);
+  const Fault* FaultAt(std::uint64_t ordinal) const;
+  PF_Err Strike(const hosting::Call& call, Injection injection);
   std::optional<PF_Err> CodeOfFailure(const hosting::Call& call);
-  void Decide(const hosting::Call& call, PF_Err code);
+  void Decide(const hosting::Call& call, PF_Err code, bool thrown);
   bool MayFollow(const hosting::Call& call) const;
 
   hosting::Depth depth_;
-  std::optional<Fault> fault_;
+  std::vector<Fault> faults_;
   std::vector<hosting::CallKind> calls_;
   bool struck_ = false;
   bool harmless_ = true;
@@ -50,8 +52,9 @@ class Injector {
   bool pass_reached_ = false;
   std::optional<PF_Err> decided_;     // the run must end with this
   std::optional<PF_Err> eventually_;  // or, undecided, with this, but not at once
-  std::optional<PF_Err> may_;         // or, undecided, with this as well as with success
+  std::vector<PF_Err> may_;           // or as well with one of these
   hosting::CallKind decided_by_{};
+  bool decided_by_throw_ = false;
   std::string late_call_;
 };
 

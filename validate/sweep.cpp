@@ -1,6 +1,7 @@
 // Every call, every report of progress and every allocation fails in turn.
 #include <algorithm>
 #include <functional>
+#include <random>
 
 #include "allocations.h"
 #include "bench.h"
@@ -83,7 +84,7 @@ class Sweep {
         if (!Throws(injection) && !HasCode(kind)) continue;
         const Fault fault{at, kind, injection};
         if (!case_.Tries(fault.Text(run.name))) continue;
-        Injector injector(bench_.config().depth, fault);
+        Injector injector(bench_.config().depth, {fault});
         const Outcome outcome = Watch(injector, run);
         visited = visited || (injector.struck() && injector.calls()[at] == kind);
         case_.report.Expect(injector.struck(), "the call was not made again");
@@ -95,6 +96,27 @@ class Sweep {
       case_.report.Count("points");
       if (visited) case_.report.Count("visited");
       if (!visited && case_.fault.empty()) case_.report.Fail("a call was not visited");
+    }
+  }
+
+  /// Two calls at a time, and what befalls them, drawn by lot.
+  void PairsOf(const Run& run, int pairs) {
+    Injector clean(bench_.config().depth);
+    Watch(clean, run);
+    const std::vector<hosting::CallKind>& calls = clean.calls();
+    for (int pair = 0; pair < pairs; ++pair) {
+      if (!case_.Tries(std::string(run.name) + ":pair#" + std::to_string(pair))) continue;
+      std::mt19937 lots(case_.seed * 1000003u + static_cast<unsigned>(pair));
+      std::vector<Fault> faults;
+      for (int i = 0; i < 2; ++i) {
+        const std::size_t at = lots() % calls.size();
+        faults.push_back({at, calls[at], kInjections[lots() % kInjections.size()]});
+      }
+      Injector injector(bench_.config().depth, faults);
+      const Outcome outcome = Watch(injector, run);
+      Judge(outcome.breach);
+      Judge(injector.Judge(outcome.code));
+      if (!injector.late_call().empty()) Judge(injector.late_call() + " came after it");
     }
   }
 
@@ -126,6 +148,15 @@ void SweepFaults(const Case& c) {
   for (const Run& run : OtherRuns(bench, observer)) sweep.Of(run);
   hosting::Renderer renderer(bench.effect(), bench.setup(), bench.Options());
   sweep.Of({"render", [&] { renderer.Render(bench.setup().time.FrameTime(kStrokeFrame)); }});
+}
+
+void SweepPairs(const Case& c) {
+  constexpr int kPairs = 3000;
+  Bench bench(c.plugin, c.config);
+  Sweep sweep(c, bench);
+  hosting::Renderer renderer(bench.effect(), bench.setup(), bench.Options());
+  sweep.PairsOf({"render", [&] { renderer.Render(bench.setup().time.FrameTime(kStrokeFrame)); }},
+                kPairs);
 }
 
 void SweepProgress(const Case& c) {

@@ -118,7 +118,12 @@ const Row kRows[]{
        SetTo(s, "Density", 200);
      },
      9, 20},
-    {"short span", [](Setup& s, RenderOptions&) { SetTo(s, "Time Span (sec)", 0.12); }, 9.4, 100},
+    {"short span, light from below",
+     [](Setup& s, RenderOptions&) {
+       SetTo(s, "Time Span (sec)", 0.12);
+       SetTo(s, "Light Height", -35);
+     },
+     9.4, 100},
     {"span of less than a frame",
      [](Setup& s, RenderOptions&) { SetTo(s, "Time Span (sec)", 0.01); }, 9, 30},
     {"point light, coloured, rough, strong reflection",

@@ -100,10 +100,13 @@ constexpr Planted kPlanted[]{
     {"scale-division", "scales", k8},
     {"second-row", "sizes", k8},
     {"stops-at-nan", "pixels", kFloat},
+    {"swallows-code", "pairs", k8},
+    {"remembers", "sequences", k8},
+    {"time-division", "mixes", k8},
 };
 
 INSTANTIATE_TEST_SUITE_P(All, PlantedFaults, testing::ValuesIn(kPlanted), [](const auto& info) {
-  std::string name(info.param.fault);
+  std::string name = std::string(info.param.check) + "_" + info.param.fault;
   for (char& c : name) c = c == '-' ? '_' : c;
   return name;
 });
