@@ -5,9 +5,10 @@ set(CPACK_PACKAGE_VENDOR "Nuvrik")
 set(CPACK_PACKAGE_CONTACT "The Nuvrik team <team@nuvrik.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "draws liquid strokes into pictures and movies")
 set(CPACK_PACKAGE_DESCRIPTION
-    "A video effect that redraws on every frame the whole stroke that an animated\n\
-point has laid down, as a relief of glossy liquid that mirrors the picture\n\
-beneath it; the program that renders scenes with it, and the library of its host.")
+    "A video effect that redraws on every frame the whole stroke that an\n\
+animated point has laid down, as a relief of glossy liquid that mirrors the\n\
+picture beneath it; the program that renders scenes with it; and the\n\
+library of its host.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

@@ -22,5 +22,9 @@ TEST(Manifest, SaysWhatTheLibraryAnswers) {
     EXPECT_FALSE(said.empty()) << key;
     EXPECT_NE(about.find(said), std::string::npos) << said << " in " << about;
   }
+  // One version: the project's, of which the effect's own word holds the first two numbers.
+  const std::string release = VERSION;
+  EXPECT_NE(about.find("Nuvrik " + release), std::string::npos) << about;
+  EXPECT_EQ(manifest["version_text"].asString(), release.substr(0, release.rfind('.')));
   EXPECT_EQ(manifest["entry_point"].asString(), "MainEntry");  // what the host library looks up
 }
