@@ -37,12 +37,14 @@ std::string Quoted(const std::string& text) {
 
 std::string QuotedAll(const std::vector<std::string>& texts) {
   std::vector<std::string> quoted;
+  quoted.reserve(texts.size());
   for (const std::string& text : texts) quoted.push_back(Quoted(text));
   return fmt::format("{}", fmt::join(quoted, " "));
 }
 
 std::string NamesOf(const std::vector<CommandInfo>& commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CommandInfo& command : commands) names.push_back(command.name);
   return fmt::format("{}", fmt::join(names, " "));
 }

@@ -95,6 +95,7 @@ void CheckWords(const CLI::App& app, int argc, char** argv) {
   if (word.starts_with('-')) return;
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CLI::App* command : commands) names.push_back(command->get_name());
   const auto found = std::find(names.begin(), names.end(), word);
   if (found == names.end()) {

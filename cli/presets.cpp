@@ -13,7 +13,7 @@ namespace {
 
 std::filesystem::path PresetFolder() {
   const std::filesystem::path program = ProgramFolder();
-  const std::filesystem::path built = (program / "../presets").lexically_normal();
+  std::filesystem::path built = (program / "../presets").lexically_normal();
   std::error_code ignored;
   if (std::filesystem::is_directory(built, ignored)) return built;
   return (program / VORLIN_INSTALLED_PRESETS).lexically_normal();

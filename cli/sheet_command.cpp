@@ -135,10 +135,12 @@ void SheetOfScene(const SheetArguments& arguments) {
 }  // namespace
 
 void RunSheet(const SheetArguments& arguments) {
-  PictureFormat(arguments.output, hosting::Depth::k8);
   CheckOverwriting({{0, 0, arguments.output}}, arguments.overwrite);
-  // Made and removed again: the sheet can be written when its pictures are there.
-  OutputFile(arguments.output);
+  {
+    // Said before the frames are rendered: a kind that is not written, a place that cannot be.
+    const PictureFormat format(arguments.output, hosting::Depth::k8);
+    const OutputFile probe(arguments.output);
+  }
   arguments.source.extension() == ".json" ? SheetOfScene(arguments) : SheetOfPictures(arguments);
 }
 
