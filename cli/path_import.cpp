@@ -180,6 +180,7 @@ std::string AsJson(const Key<Point>& key) {
 
 std::string BrushPositionText(const std::vector<Key<Point>>& keys, const std::string& indent) {
   std::vector<std::string> lines;
+  lines.reserve(keys.size());
   for (const Key<Point>& key : keys) lines.push_back(fmt::format("{}    {}", indent, AsJson(key)));
   return fmt::format("{0}\"Brush Position\": {{\n{0}  \"keys\": [\n{1}\n{0}  ]\n{0}}}\n", indent,
                      fmt::join(lines, ",\n"));
