@@ -22,7 +22,7 @@ struct PathImport {
   double to = 3;
   bool smooth = false;  // starts and ends gently
   double frame_rate = 30;
-  std::filesystem::path layer;  // empty: only the path is wanted
+  std::filesystem::path layer{};  // empty: only the path is wanted
 };
 
 std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted);
