@@ -62,6 +62,11 @@ coverage: | deps
 	$(GCOVR) --filter effect/
 	$(GCOVR) --filter '$(KEEPERS)' --fail-under-branch 100
 
+# The command line mistreated; the tests run a short version.
+KILLS ?= 200
+torture: build
+	tests/torture/torture.py $(BUILD)/cli/vorlin scenes/tiles.png --kills $(KILLS)
+
 # Each fuzzer for that long. What it finds is left in build/fuzz/found, and belongs into fuzz/corpus once mended.
 FUZZ_SECONDS ?= 60
 FUZZERS ?= entry scene path

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -73,13 +74,23 @@ void AddAbout(CLI::App& app, cli::AboutArguments& to) {
 
 int Fail(std::string message, int code) {
   if (message.empty()) return code;  // it has been told
-  std::replace(message.begin(), message.end(), '\n', ' ');
+  // A name from a file may hold anything; the terminal gets one line.
+  const auto is_control = [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; };
+  std::replace_if(message.begin(), message.end(), is_control, ' ');
   fmt::print(stderr, "vorlin: error: {}\n", message);
   return code;
 }
 
 int Fail(const std::exception& error, ExitCode code) {
   return Fail(error.what(), static_cast<int>(code));
+}
+
+/// The code, unless what was printed did not get out.
+int Finish(int code) try {
+  cli::PrintResult({});
+  return code;
+} catch (const cli::Error& error) {
+  return Fail(error, error.code());
 }
 
 [[noreturn]] void FailUnknown(const std::string& what, std::string_view word,
@@ -137,9 +148,9 @@ int Run(int argc, char** argv) {
   try {
     CheckWords(app, argc, argv);
     app.parse(argc, argv);
-    return exit_code;
+    return Finish(exit_code);
   } catch (const CLI::Success& help) {
-    return app.exit(help);
+    return Finish(app.exit(help));
   } catch (const CLI::ParseError& error) {
     return Fail(error, ExitCode::kWrongInput);
   } catch (const cli::Interrupted& interrupted) {

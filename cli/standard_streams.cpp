@@ -23,7 +23,7 @@ void GuardStandardStreams() {
 
 void PrintResult(std::string_view text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  if (!written || std::fflush(stdout) != 0) {
+  if (!written || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     throw FileError(fmt::format("cannot write to standard output: {}", std::strerror(errno)));
   }
 }

@@ -8,7 +8,8 @@ namespace cli {
 /// a reader that went away is an error like any other.
 void GuardStandardStreams();
 
-/// Writes a result to standard output. Throws FileError when it does not get there.
+/// Writes a result to standard output. Throws FileError when it does not get there, or what was
+/// printed before did not.
 void PrintResult(std::string_view text);
 
 }  // namespace cli
