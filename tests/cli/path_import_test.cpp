@@ -177,11 +177,13 @@ TEST_F(ImportedPaths, RefuseWhatNoSceneTakes) {
       {"<path d='M0 0 H0'/>", "the SVG's path has no length"},
   };
   for (const auto& [text, message] : cases) {
-    const PathImport import{.file = text[0] == '<' ? "p.svg" : "p.csv", .id = {}};
+    PathImport import;
+    import.file = text[0] == '<' ? "p.svg" : "p.csv";
     EXPECT_EQ(MessageOf([&, text = text] { ImportPath(import, text); }), message) << text;
   }
   // A piece too short to take any time of its own takes none.
-  const PathImport svg{.file = "p.svg", .id = {}};
+  PathImport svg;
+  svg.file = "p.svg";
   EXPECT_EQ(ImportPath(svg, "<path d='M0 0 H100 H100.00000000000001 H200'/>").size(), 3U);
 }
 
