@@ -24,6 +24,9 @@ class OutputFile {
   void Write(std::span<const std::byte> bytes);
   void Write(std::string_view text) { Write(std::as_bytes(std::span(text))); }
 
+  /// What the file is called until then, for others to write it.
+  const std::filesystem::path& hidden() const { return hidden_; }
+
   /// Stores what was written for good and gives it its name. Throws FileError.
   void Commit();
 

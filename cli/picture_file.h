@@ -55,6 +55,9 @@ struct PictureFormat {
   bool one_channel = false;  // only red is written, as the channel "Y"
 };
 
+/// Whether integers cannot hold some colour of these rows: darker than black, brighter than white.
+bool IsClipped(const hosting::World& world, int first_row, int rows);
+
 /// Stores a picture whole or not at all. Throws FileError.
 void StorePicture(const EncodedPicture& picture, const std::filesystem::path& path);
 

@@ -50,20 +50,6 @@ bool Premultiply(std::vector<Channel>& pixels) {
   return lost;
 }
 
-/// Whether integers cannot hold some colour of these rows.
-bool IsClipped(const hosting::World& world, int first_row, int rows) {
-  const auto outside = [](float v) { return !(v >= 0 && v <= 1); };
-  for (int y = first_row; y < first_row + rows; ++y) {
-    const auto* row = world.Row<PF_PixelFloat>(y);
-    if (std::any_of(row, row + world.width(), [&](const PF_PixelFloat& p) {
-          return outside(p.red) || outside(p.green) || outside(p.blue) || outside(p.alpha);
-        })) {
-      return true;
-    }
-  }
-  return false;
-}
-
 /// What the pixels are handed to the picture library as.
 Depth StoredDepth(const PictureFormat& format) {
   if (format.kind == PictureFormat::Kind::kExr) return Depth::k32;
@@ -115,6 +101,20 @@ OIIO::ImageSpec SpecOf(const PictureFormat& format, int width, int height,
 
 }  // namespace
 
+bool IsClipped(const hosting::World& world, int first_row, int rows) {
+  if (world.depth() != Depth::k32) return false;
+  const auto outside = [](float v) { return !(v >= 0 && v <= 1); };
+  for (int y = first_row; y < first_row + rows; ++y) {
+    const auto* row = world.Row<PF_PixelFloat>(y);
+    if (std::any_of(row, row + world.width(), [&](const PF_PixelFloat& p) {
+          return outside(p.red) || outside(p.green) || outside(p.blue) || outside(p.alpha);
+        })) {
+      return true;
+    }
+  }
+  return false;
+}
+
 PictureFormat::PictureFormat(const std::filesystem::path& name, Depth bits) : depth(bits) {
   std::string extension = name.extension().string();
   for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -126,7 +126,9 @@ PictureFormat::PictureFormat(const std::filesystem::path& name, Depth bits) : de
     kind = Kind::kExr;
   } else {
     throw InputError(
-        fmt::format("\"{}\": pictures are written as .png, .tif, .tiff or .exr", name.string()));
+        fmt::format("\"{}\": pictures are written as .png, .tif, .tiff or .exr, "
+                    "movies as .mp4, .mov, .webm or .gif",
+                    name.string()));
   }
   premultiplied = kind == Kind::kExr;
 }
@@ -145,9 +147,7 @@ EncodedPicture PictureFormat::Encode(const hosting::World& world, const std::str
   const Depth stored = StoredDepth(*this);
   for (int y = 0; y < world.height(); y += kRowsAtOnce) {
     const int rows = std::min(kRowsAtOnce, world.height() - y);
-    if (world.depth() == Depth::k32 && stored != Depth::k32) {
-      result.clipped = result.clipped || IsClipped(world, y, rows);
-    }
+    if (stored != Depth::k32) result.clipped = result.clipped || IsClipped(world, y, rows);
     hosting::Picture::Pixels pixels = hosting::Picture(world, stored, y, rows).TakePixels();
     const bool written = std::visit(
         [&]<class Channel>(std::vector<Channel>& p) {

@@ -30,7 +30,9 @@ void AddFrames(CLI::App& render, RenderArguments& to) {
 }
 
 void AddFiles(CLI::App& render, RenderArguments& to) {
-  render.add_option("-o,--output", to.shots.output, "pictures to write: out.####.png, .tif, .exr")
+  render
+      .add_option("-o,--output", to.shots.output,
+                  "out.####.png, .tif or .exr, or a movie: .mp4, .mov, .webm, .gif")
       ->option_text("FILE")
       ->required();
   auto* yes = render.add_flag_callback(

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "effect_path.h"
 #include "errors.h"
@@ -30,7 +31,20 @@ std::optional<PF_LRect> ParseRegion(const std::string& text) {
   return PF_LRect{left, top, left + width, top + height};
 }
 
-PictureFormat FormatFor(const RenderArguments& arguments) {
+std::optional<MovieFormat> MovieFor(const RenderArguments& arguments) {
+  auto movie = MovieFormatFor(arguments.shots.output, arguments.depth);
+  const std::pair<bool, const char*> for_pictures[] = {
+      {!arguments.shots.chunk.empty(), "--chunk"}, {arguments.skip_existing, "--skip-existing"},
+      {arguments.keep_going, "--keep-going"},      {!arguments.alpha.empty(), "--alpha"},
+      {arguments.small_files, "--compression"},    {arguments.field, "--pass field"}};
+  for (const auto& [given, option] : for_pictures) {
+    if (movie && given) throw InputError(fmt::format("{} is for pictures, not movies", option));
+  }
+  return movie;
+}
+
+std::optional<PictureFormat> FormatFor(const RenderArguments& arguments, bool movie) {
+  if (movie) return std::nullopt;
   PictureFormat format(arguments.shots.output, arguments.depth);
   if (!arguments.alpha.empty()) format.premultiplied = arguments.alpha == "premultiplied";
   format.small = arguments.small_files;
@@ -53,8 +67,9 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
       effect_(effect_file_),
       scene_(ReadScene(arguments.scene, effect_, arguments.changes)),
       region_(ParseRegion(arguments.region)),
-      format_(FormatFor(arguments)),
-      shots_(ChooseShots(arguments.shots, scene_.frames, scene_.setup.time)),
+      movie_(MovieFor(arguments)),
+      format_(FormatFor(arguments, movie_.has_value())),
+      shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, scene_.setup.time)),
       backdrop_(arguments.over) {
   backdrop_.CheckSize(scene_.setup.width, scene_.setup.height);
   AddCommonFingerprint();
@@ -104,6 +119,16 @@ hosting::RenderOptions RenderPlan::Options() const {
   options.downsample_x = options.downsample_y = arguments_.downsample;
   options.keep_worlds = arguments_.field;
   return options;
+}
+
+int RenderPlan::width() const {
+  return region_ ? region_->right - region_->left
+                 : hosting::ReducedSize(scene_.setup.width, arguments_.downsample);
+}
+
+int RenderPlan::height() const {
+  return region_ ? region_->bottom - region_->top
+                 : hosting::ReducedSize(scene_.setup.height, arguments_.downsample);
 }
 
 std::uint64_t RenderPlan::BytesAWorker() const {

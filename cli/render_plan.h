@@ -11,6 +11,7 @@
 #include "fingerprint.h"
 #include "hosting/effect.h"
 #include "hosting/render.h"
+#include "movie_format.h"
 #include "picture_file.h"
 #include "render_command.h"
 #include "scene.h"
@@ -32,7 +33,12 @@ class RenderPlan {
   const std::vector<Shot>& shots() const { return shots_; }
   /// Those whose pictures are there and up to date.
   const std::vector<Shot>& skipped() const { return skipped_; }
-  const PictureFormat& format() const { return format_; }
+  /// How frames become pictures; nothing when they become a movie.
+  const std::optional<PictureFormat>& format() const { return format_; }
+  const std::optional<MovieFormat>& movie() const { return movie_; }
+  /// Pixels of a frame.
+  int width() const;
+  int height() const;
 
   /// Without a number of threads, progress and observer, which are a process's own.
   hosting::RenderOptions Options() const;
@@ -54,7 +60,8 @@ class RenderPlan {
   hosting::Effect effect_;
   Scene scene_;
   std::optional<PF_LRect> region_;
-  PictureFormat format_;
+  std::optional<MovieFormat> movie_;
+  std::optional<PictureFormat> format_;
   std::vector<Shot> shots_;
   std::vector<Shot> skipped_;
   Backdrop backdrop_;

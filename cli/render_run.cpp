@@ -10,6 +10,7 @@
 #include "errors.h"
 #include "interrupt.h"
 #include "job_choice.h"
+#include "movie_feed.h"
 #include "output_file.h"
 #include "render_crew.h"
 
@@ -50,23 +51,26 @@ class RenderRun {
     results.jobs = choice_.jobs;
     results.threads = choice_.threads;
     for (int i = 0; i < static_cast<int>(plan.shots().size()); ++i) waiting_.insert(i);
+    if (plan.movie()) movie_.emplace(plan, choice_.jobs + 2);
     if (!plan.arguments().trace.empty()) trace_.emplace(plan.arguments().trace);
   }
 
   void Run() {
-    const std::size_t frames = plan_.shots().size();
-    while (settled_ < frames) {
+    while (settled_ < plan_.shots().size() || (movie_ && !movie_->done())) {
       HandOut();
       std::vector<pollfd> others;
+      if (movie_) others = movie_->Waits();
       for (const RenderCrew::Event& event : crew_.Wait(kRedrawMilliseconds, others)) {
         NotedSignals::Check();
         Heed(event);
       }
       NotedSignals::Check();
+      if (movie_) movie_->Pump();
       Show();
     }
     crew_.End();
     results_.peak_kib = crew_.peak_kib();
+    if (movie_) movie_->Finish();
     if (trace_) trace_->Commit();
     TellLosses();
     if (first_error_) throw Error(first_error_->code(), "not every frame could be rendered");
@@ -82,7 +86,8 @@ class RenderRun {
 
   /// The life of a worker process.
   void Work(int place, const Line& line) {
-    RenderWorker worker{plan_, choice_.threads, StoreAsPictures(plan_), {}, board_, place};
+    const FrameStore store = movie_ ? movie_->Store() : StoreAsPictures(plan_);
+    RenderWorker worker{plan_, choice_.threads, store, {}, board_, place};
     if (trace_) {
       worker.trace = [this](const Shot& shot, const hosting::Call& call) {
         trace_->Write(fmt::format("frame {} {} {}\n", shot.number,
@@ -97,6 +102,7 @@ class RenderRun {
       const auto place = crew_.Idle();
       if (!place) return;
       const int shot = *waiting_.begin();
+      if (movie_ && !movie_->HasRoomFor(shot)) return;
       waiting_.erase(waiting_.begin());
       crew_.GiveOrder(*place, shot);
     }
@@ -117,6 +123,7 @@ class RenderRun {
       frame.state = RenderResults::State::kWritten;
       results_.seconds.push_back(report.seconds);
       clipped_ += report.losses.clipped ? 1 : 0;
+      if (movie_) movie_->Add(report.shot);
       hidden_lost_ += report.losses.hidden_color ? 1 : 0;
       return progress_.Done(frame.shot);
     }
@@ -152,6 +159,12 @@ class RenderRun {
     };
     tell(clipped_, "pictures lost colours beyond black and white; .exr and 32-bit .tif keep them");
     tell(hidden_lost_, "pictures lost colours where alpha is 0; --alpha straight keeps them");
+    if (movie_ && !plan_.movie()->has_alpha && plan_.arguments().over.empty()) {
+      results_.notes.emplace_back(
+          "this kind of movie has no transparency: the stroke is put over black; "
+          "--over chooses something else, .mov and .webm keep it");
+      progress_.Note(results_.notes.back());
+    }
   }
 
   RenderResults::Frame& FrameOf(int shot) {
@@ -164,6 +177,7 @@ class RenderRun {
   JobChoice choice_;
   RenderProgress progress_;
   std::optional<OutputFile> trace_;
+  std::optional<MovieFeed> movie_;
   SharedMemory board_memory_;
   RenderBoard& board_;
   LeftoverCleaner cleaner_;

@@ -153,7 +153,7 @@ class Pipeline {
 FrameStore StoreAsPictures(const RenderPlan& plan) {
   return [&plan](int index, hosting::World picture) {
     const Shot& shot = plan.shots()[static_cast<std::size_t>(index)];
-    const EncodedPicture encoded = plan.format().Encode(picture, plan.Software(shot), shot.file);
+    const EncodedPicture encoded = plan.format()->Encode(picture, plan.Software(shot), shot.file);
     picture = {};
     StorePicture(encoded, shot.file);
     return Losses{encoded.clipped, encoded.hidden_color_lost};

@@ -65,16 +65,20 @@ double ParseSeconds(std::string_view text) {
   return *seconds;
 }
 
-std::vector<Shot> ChooseShots(const ShotChoice& choice, int scene_frames,
+std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_frames,
                               const hosting::TimeBase& time) try {
   const FilePattern pattern(choice.output);
+  if (movie && pattern.numbered()) {
+    throw InputError(
+        fmt::format("\"{}\": a movie is one file, without a frame number", choice.output.string()));
+  }
   if (!choice.time.empty()) {
     const A_long at = time.Time(ParseSeconds(choice.time));
     const int number = static_cast<int>(std::floor(static_cast<double>(at) / time.step()));
     return {{number, at, pattern.At(number)}};
   }
   const std::vector<int> frames = ChooseFrames(choice, scene_frames);
-  const FilePattern names = frames.size() > 1 ? pattern.Numbered() : pattern;
+  const FilePattern names = frames.size() > 1 && !movie ? pattern.Numbered() : pattern;
   const auto [part, parts] = choice.chunk.empty() ? std::pair(1, 1) : ParseChunk(choice.chunk);
   const auto start = [&, n = parts](int p) {
     return frames.size() * static_cast<std::size_t>(p) / static_cast<std::size_t>(n);

@@ -28,8 +28,8 @@ struct ShotChoice {
 };
 
 /// The pictures to render, in order. A name without a frame number gets one when there are several
-/// frames, the frames of other chunks counting too. Throws InputError.
-std::vector<Shot> ChooseShots(const ShotChoice& choice, int scene_frames,
+/// frames, the frames of other chunks counting too; a movie is one file. Throws InputError.
+std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_frames,
                               const hosting::TimeBase& time);
 
 /// How existing files are dealt with.
