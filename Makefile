@@ -45,8 +45,9 @@ BENCHES := splat_bench pixel_bench
 bench: | deps
 	@tools/install-deps bench
 	cmake --preset $(PRESET) -D VORLIN_BENCH=ON
-	cmake --build $(BUILD) --target $(BENCHES)
+	cmake --build $(BUILD) --target $(BENCHES) vorlin vorlin_effect
 	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
+	bench/render_bench $(BUILD)
 
 # Branches that only an exception of the compiler's making takes are left out. Every other one must be taken in
 # the files that keep the books: entry, environment, scratch world and driver.
