@@ -14,6 +14,7 @@ namespace cli {
 
 void GuardStandardStreams() {
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file grown too large is an error like a full disk
   // The lowest free number is taken, so this fills 0, 1 and 2. Reading gives nothing, writing
   // fails.
   for (int stream = 0; stream < 3; ++stream) {

@@ -36,6 +36,7 @@ std::array<int, 2> Pipe() {
   setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   std::signal(SIGPIPE, SIG_DFL);
+  std::signal(SIGXFSZ, SIG_DFL);
   if (getppid() == parent) {
     dup2(input, STDIN_FILENO);
     dup2(errors, STDERR_FILENO);
