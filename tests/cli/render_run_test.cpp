@@ -105,7 +105,8 @@ TEST_F(RenderRuns, SayWhatCannotBeStored) {
        "vorlin: error: cannot write to standard output: No space left on device\n"},
       {vorlin + "-o o.png --json >&-", 3,
        "vorlin: error: cannot write to standard output: Bad file descriptor\n"},
-      {"ulimit -f 1; " + vorlin + "-o p.png", 3, "vorlin: error: cannot write \"p.0000.png\": "},
+      {"ulimit -f 1; " + vorlin + "-o p.exr --depth 32 --over layer", 3,
+       "vorlin: error: cannot write \"p.0000.exr\": File too large\n"},
       {"PATH=/nowhere " + vorlin + "-o p.mp4", 3,
        "vorlin: error: cannot run ffmpeg: it is not installed; movies are made by that program\n"},
       {"mkdir -p bin; printf '#!/bin/sh\\necho 1 >&2; echo no encoder >&2; exit 1' > bin/ffmpeg; "
@@ -248,8 +249,10 @@ TEST_F(RenderRuns, MakeMoviesWithRateSizeAndAlpha) {
 }
 
 TEST_F(RenderRuns, HandOutTheFieldItself) {
-  EXPECT_EQ(Render({"-o", "f.exr", "--pass", "field", "-F", "3", "-q"}).err, "");
-  EXPECT_EQ(Render({"-o", "p.png", "-F", "3", "-q"}).err, "");
+  EXPECT_EQ(
+      Render({"-o", "f.exr", "--pass", "field", "-F", "3", "-q", "--set", "Stroke Width=60"}).err,
+      "");
+  EXPECT_EQ(Render({"-o", "p.png", "-F", "3", "-q", "--set", "Stroke Width=60"}).err, "");
   const auto field_picture = ReadPicture("f.exr");
   const auto& field = std::get<std::vector<float>>(field_picture.pixels());
   const auto picture = ReadPicture("p.png");
