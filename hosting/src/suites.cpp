@@ -126,12 +126,12 @@ PF_Err AreaSample(PF_ProgPtr effect_ref, PF_Fixed x, PF_Fixed y, const PF_SampPB
   const AreaSampler* const sampler = command->sampler;
   if (sampler != nullptr && sampler->depth() == kDepth &&
       SameWorld(sampler->source(), *params->src)) {
-    *dst = sampler->Sample<Pixel>(box);
+    sampler->Sample(box, dst);
     return PF_Err_NONE;
   }
   const World* const ours = command->Find(params->src);
   if (ours == nullptr || ours->depth() != kDepth) return PF_Err_BAD_CALLBACK_PARAM;
-  *dst = PlainAreaSample<Pixel>(*params->src, box);
+  PlainAreaSample(*params->src, box, dst);
   return PF_Err_NONE;
 }
 

@@ -30,6 +30,20 @@ struct Traits<PF_PixelFloat> {
 };
 
 template <class Pixel>
+Pixel Plain(const World& world, const SampleBox& box) {
+  Pixel p;
+  PlainAreaSample(world.record(), box, &p);
+  return p;
+}
+
+template <class Pixel>
+Pixel ByTable(const AreaSampler& sampler, const SampleBox& box) {
+  Pixel p;
+  sampler.Sample(box, &p);
+  return p;
+}
+
+template <class Pixel>
 bool Same(const Pixel& a, const Pixel& b) {
   return a.alpha == b.alpha && a.red == b.red && a.green == b.green && a.blue == b.blue;
 }
@@ -129,8 +143,8 @@ TYPED_TEST(Sampler, PlainSumIsTheMeanOverTheBox) {
     // Edges on quarter pixels: centres and radii both on even or both on odd quarters would do, and
     // centres on quarters with radii on quarters always give such edges.
     const SampleBox box{quarters(-20, 70), quarters(-20, 60), quarters(1, 40), quarters(1, 40)};
-    ExpectNear(PlainAreaSample<TypeParam>(world.record(), box), ByQuarters<TypeParam>(world, box),
-               real ? 1e-6 : 0, "box " + std::to_string(i));
+    ExpectNear(Plain<TypeParam>(world, box), ByQuarters<TypeParam>(world, box), real ? 1e-6 : 0,
+               "box " + std::to_string(i));
   }
 }
 
@@ -141,8 +155,8 @@ TYPED_TEST(Sampler, TableGivesWhatThePlainSumGives) {
     std::mt19937 random(4);
     for (int i = 0; i < 3000; ++i) {
       const SampleBox box = RandomBox(random, 97, 61);
-      const TypeParam plain = PlainAreaSample<TypeParam>(world.record(), box);
-      const TypeParam table = sampler.Sample<TypeParam>(box);
+      const TypeParam plain = Plain<TypeParam>(world, box);
+      const TypeParam table = ByTable<TypeParam>(sampler, box);
       if constexpr (std::is_same_v<TypeParam, PF_PixelFloat>) {
         ExpectNear(table, plain, 1e-6, std::to_string(i));
       } else {
@@ -173,13 +187,13 @@ TYPED_TEST(Sampler, AgreesAtTheExtremes) {
       {63 * kPixel + kPixel / 2, 47 * kPixel, 0, 0},  // just outside
   };
   for (const SampleBox& box : boxes) {
-    ExpectNear(sampler.Sample<TypeParam>(box), PlainAreaSample<TypeParam>(world.record(), box),
+    ExpectNear(ByTable<TypeParam>(sampler, box), Plain<TypeParam>(world, box),
                std::is_same_v<TypeParam, PF_PixelFloat> ? 1e-6 : 0,
                "box at " + std::to_string(box.x) + ", " + std::to_string(box.y));
   }
-  const TypeParam inside = PlainAreaSample<TypeParam>(world.record(), boxes[6]);
+  const TypeParam inside = Plain<TypeParam>(world, boxes[6]);
   EXPECT_TRUE(Same(inside, world.Row<TypeParam>(10)[10]) || inside.alpha == 0);
-  EXPECT_EQ(PlainAreaSample<TypeParam>(world.record(), boxes[11]).alpha, 0);
+  EXPECT_EQ(Plain<TypeParam>(world, boxes[11]).alpha, 0);
 }
 
 TEST(Sampler, HoldsTheLargestSums) {
@@ -192,12 +206,12 @@ TEST(Sampler, HoldsTheLargestSums) {
       for (int y = 0; y < 1500; ++y) {
         std::fill_n(world.Row<PF_Pixel>(y), 2000, PF_Pixel{255, 255, 254, 1});
       }
-      EXPECT_EQ(Text(sampler.Sample<PF_Pixel>(box)), "255 255 254 1");
+      EXPECT_EQ(Text(ByTable<PF_Pixel>(sampler, box)), "255 255 254 1");
     } else {
       for (int y = 0; y < 1500; ++y) {
         std::fill_n(world.Row<PF_Pixel16>(y), 2000, PF_Pixel16{32768, 32768, 32767, 1});
       }
-      EXPECT_EQ(Text(sampler.Sample<PF_Pixel16>(box)), "32768 32768 32767 1");
+      EXPECT_EQ(Text(ByTable<PF_Pixel16>(sampler, box)), "32768 32768 32767 1");
     }
   }
 }
@@ -210,8 +224,8 @@ TEST(Sampler, KeepsFloatAccurateBesideBrightAndBrokenPixels) {
     const AreaSampler sampler(world.record(), world.depth());
     for (const PF_Fixed radius : {3 * kPixel, 9 * kPixel + 1234, 20 * kPixel}) {
       const SampleBox box{70 * kPixel + 11, 50 * kPixel + 7, radius, radius};
-      ExpectNear(sampler.Sample<PF_PixelFloat>(box),
-                 PlainAreaSample<PF_PixelFloat>(world.record(), box), 1e-6, std::to_string(odd));
+      ExpectNear(ByTable<PF_PixelFloat>(sampler, box), Plain<PF_PixelFloat>(world, box), 1e-6,
+                 std::to_string(odd));
     }
   }
 }
@@ -224,7 +238,7 @@ TEST(Sampler, FindsNoColourInHoles) {
   }
   const AreaSampler sampler(world.record(), world.depth());
   const PF_PixelFloat p =
-      sampler.Sample<PF_PixelFloat>({150 * kPixel, 100 * kPixel, 30 * kPixel, 15 * kPixel});
+      ByTable<PF_PixelFloat>(sampler, {150 * kPixel, 100 * kPixel, 30 * kPixel, 15 * kPixel});
   EXPECT_EQ(Text(p), Text(PF_PixelFloat{}));
 }
 

@@ -6,11 +6,12 @@
 // mean, zero where alpha is zero. 8 and 16 bits are exact, rounded to nearest.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <variant>
-#include <vector>
 
+#include "hosting/memory.h"
 #include "hosting/world.h"
 #include "pf_types.h"
 
@@ -25,17 +26,18 @@ struct SampleBox {
 
 /// By adding up every pixel that the box touches.
 template <class Pixel>
-Pixel PlainAreaSample(const PF_EffectWorld& source, const SampleBox& box);
+void PlainAreaSample(const PF_EffectWorld& source, const SampleBox& box, Pixel* out);
 
 /// A source together with its sums, which make a sample cost the same for any box. The sums are
-/// made at the first box that is wider than a few pixels, in at most 40 bytes a pixel, by whichever
-/// thread comes first. At 8 and 16 bits samples equal the plain ones; at float they differ by less
-/// than 1e-6 of the brightest thing around. Float sources that would be less exact, having pixels
-/// that are infinite, no numbers or immensely bright, are added up plainly.
+/// made where the first boxes fall that are wider than a few pixels, in at most 40 bytes a pixel,
+/// by the threads that ask for them. At 8 and 16 bits samples equal the plain ones; at float they
+/// differ by less than 1e-6 of the brightest thing around. Float sources that would be less exact,
+/// having pixels that are infinite, no numbers or immensely bright, are added up plainly.
 class AreaSampler {
  public:
-  /// source's pixels are borrowed and must not change.
-  AreaSampler(const PF_EffectWorld& source, Depth depth);
+  /// source's pixels are borrowed and must not change. The sums' memory comes from the pool.
+  AreaSampler(const PF_EffectWorld& source, Depth depth,
+              std::shared_ptr<MemoryPool> pool = nullptr);
   ~AreaSampler();
 
   const PF_EffectWorld& source() const { return source_; }
@@ -43,16 +45,19 @@ class AreaSampler {
 
   /// From any thread. Pixel must be the one of depth().
   template <class Pixel>
-  Pixel Sample(const SampleBox& box) const;
+  void Sample(const SampleBox& box, Pixel* out) const;
 
  private:
   struct Sums;
 
+  template <class Pixel>
   const Sums* GetSums() const;
 
   PF_EffectWorld source_;
   Depth depth_;
+  std::shared_ptr<MemoryPool> pool_;
   mutable std::once_flag once_;
+  mutable std::atomic<bool> asked_{false};  // whether once_ has happened, for less than asking it
   mutable std::unique_ptr<const Sums> sums_;
 };
 
