@@ -91,6 +91,7 @@ hosting::Setup SetupOf(const BrushScene& scene) {
   }
   setup.controls = hosting::ControlTracks(TheEffect().controls(), scene.width, scene.height);
   if (!scene.at_rest) setup.controls.Set("Brush Position", Path(scene));
+  setup.controls.Set("Stroke Width", hosting::Track<double>(scene.stroke_width));
   if (scene.lights > 1) {
     setup.controls.Set("Using", hosting::Track<int>(2));
     AddLights(setup.composition, scene.lights);
@@ -123,9 +124,7 @@ Work WorkOf(const BrushScene& scene, const hosting::RenderOptions& options) {
     work.covered_pixels += static_cast<double>(std::count_if(
         row, row + frame.picture.width(), [](const PF_Pixel& p) { return p.alpha > 0; }));
   }
-  const double width =
-      std::get<hosting::Track<double>>(setup.controls.TrackOf(width_control)).At(0);
-  const double radius = width * std::hypot(scene.width, scene.height) / 500;
+  const double radius = scene.stroke_width * std::hypot(scene.width, scene.height) / 500;
   work.blob_cells = work.samples * std::numbers::pi * radius * radius;
   return work;
 }

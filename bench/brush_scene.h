@@ -13,9 +13,10 @@ struct BrushScene {
   int width = 1920;
   int height = 1080;
   int brush_frames = 60;  // what the shown frame looks back on
-  int lights = 1;         // 1: the effect's own; more: the composition's
-  bool at_rest = false;   // the brush stays in the middle
-  bool still = true;      // else every frame has a picture of its own
+  double stroke_width = 4;
+  int lights = 1;        // 1: the effect's own; more: the composition's
+  bool at_rest = false;  // the brush stays in the middle
+  bool still = true;     // else every frame has a picture of its own
 };
 
 const hosting::Effect& TheEffect();

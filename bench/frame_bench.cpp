@@ -1,4 +1,9 @@
-// Whole frames as a renderer makes them, each against the frame that differs from it in one thing.
+// Whole frames as a renderer makes them: each against the default frame with one thing changed, and
+// series in which the work grows.
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
 
 #include "brush_scene.h"
 #include "ratios.h"
@@ -18,41 +23,100 @@ bench::Loop Rendering(const Frame& frame) {
   return [=](benchmark::State& state) {
     const hosting::Setup setup = bench::SetupOf(frame.scene);
     hosting::Renderer renderer(bench::TheEffect(), setup, frame.options);
-    A_long time = bench::ShownTime(frame.scene, setup);
-    benchmark::DoNotOptimize(renderer.Render(time));  // prepares what frames share
-    for (auto _ : state) benchmark::DoNotOptimize(renderer.Render(time));
+    const A_long time = bench::ShownTime(frame.scene, setup);
+    renderer.Render(time);  // prepares what frames share
+    A_long frames = 0;
+    for (auto _ : state) {
+      // A layer that moves has another picture in every other frame.
+      const A_long shown = frame.scene.still ? 0 : frames++ % 2 * setup.time.step();
+      benchmark::DoNotOptimize(renderer.Render(time - shown));
+    }
   };
 }
 
-struct Row {
+void SetSize(Frame& frame, int height) {
+  frame.scene.width = height * 16 / 9;
+  frame.scene.height = height;
+}
+
+struct Change {
   std::string name;
-  std::function<void(Frame&)> change;
+  std::function<void(Frame&)> make;
 };
 
-const Row kRows[] = {
-    {"720p", [](Frame& f) { f.scene.width = 1280, f.scene.height = 720; }},
-    {"4K", [](Frame& f) { f.scene.width = 3840, f.scene.height = 2160; }},
+const Change kChanges[] = {
+    {"720p", [](Frame& f) { SetSize(f, 720); }},
+    {"4K", [](Frame& f) { SetSize(f, 2160); }},
+    {"8K", [](Frame& f) { SetSize(f, 4320); }},
+    {"15 frames of brush", [](Frame& f) { f.scene.brush_frames = 15; }},
+    {"240 frames of brush", [](Frame& f) { f.scene.brush_frames = 240; }},
+    {"960 frames of brush", [](Frame& f) { f.scene.brush_frames = 960; }},
     {"16 bits", [](Frame& f) { f.options.depth = Depth::k16; }},
     {"float", [](Frame& f) { f.options.depth = Depth::k32; }},
     {"low quality", [](Frame& f) { f.options.high_quality = false; }},
     {"5 lights", [](Frame& f) { f.scene.lights = 5; }},
     {"19 lights", [](Frame& f) { f.scene.lights = 19; }},
+    {"moving layer", [](Frame& f) { f.scene.still = false; }},
     {"brush at rest", [](Frame& f) { f.scene.at_rest = true; }},
 };
+
+void Changes() {
+  Frame one_thread;
+  one_thread.options.threads = 1;
+  const std::string kDefault = "default frame";
+  for (const int threads : {1, 0}) {
+    Frame plain;
+    plain.options.threads = threads;
+    const std::string by = threads == 1 ? ", 1 thread" : ", all threads";
+    if (threads != 1) {
+      bench::Pair(kDefault + by, Rendering(plain), kDefault + ", 1 thread", Rendering(one_thread));
+    }
+    for (const Change& change : kChanges) {
+      Frame changed = plain;
+      change.make(changed);
+      bench::Pair(change.name + by, Rendering(changed), kDefault + by, Rendering(plain), false);
+    }
+  }
+}
+
+/// Frames whose names tell how many times the first one's work they do: the largest of the growths
+/// of covered pixels, blob cells and samples. Time must not grow faster.
+void Series(const std::string& name, const std::vector<double>& steps,
+            void (*make)(Frame&, double)) {
+  const auto frame_of = [&](double step) {
+    Frame frame;
+    frame.options.threads = 1;
+    make(frame, step);
+    return frame;
+  };
+  char text[64];
+  const auto named = [&](double step) {
+    std::snprintf(text, sizeof text, "%s %g", name.c_str(), step);
+    return std::string(text);
+  };
+  const Frame first = frame_of(steps.front());
+  const bench::Work base = bench::WorkOf(first.scene);
+  for (std::size_t i = 1; i < steps.size(); ++i) {
+    const Frame frame = frame_of(steps[i]);
+    const bench::Work work = bench::WorkOf(frame.scene);
+    const double growth =
+        std::max({work.covered_pixels / base.covered_pixels, work.blob_cells / base.blob_cells,
+                  work.samples / base.samples});
+    std::string subject = named(steps[i]);
+    std::snprintf(text, sizeof text, ", %.1f times the work", growth);
+    bench::Pair(subject + text, Rendering(frame), named(steps.front()), Rendering(first), false);
+  }
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (const int threads : {1, 2}) {
-    const std::string by = ", " + std::to_string(threads) + " thread" + (threads > 1 ? "s" : "");
-    Frame plain;
-    plain.options.threads = threads;
-    if (threads > 1) { Frame one; one.options.threads = 1; bench::Pair("default" + by, Rendering(plain), "default, 1 thread", Rendering(one)); }
-    for (const Row& row : kRows) {
-      Frame changed = plain;
-      row.change(changed);
-      bench::Pair(row.name + by, Rendering(changed), "default" + by, Rendering(plain), false);
-    }
-  }
+  Changes();
+  Series("brush frames", {15, 30, 60, 120, 240, 960},
+         [](Frame& f, double frames) { f.scene.brush_frames = static_cast<int>(frames); });
+  Series("stroke width", {2, 4, 8, 16, 32, 64},
+         [](Frame& f, double width) { f.scene.stroke_width = width; });
+  Series("height", {540, 1080, 2160},
+         [](Frame& f, double height) { SetSize(f, static_cast<int>(height)); });
   return bench::RunMain(argc, argv);
 }

@@ -81,6 +81,7 @@ class Command {
   const Progress* progress = nullptr;
   Workers* workers = nullptr;
   WorldLayout layout;
+  std::shared_ptr<MemoryPool> memory;                // of worlds made for the effect
   std::vector<ControlInfo>* new_controls = nullptr;  // parameter setup
   Panel* panel = nullptr;                            // supervision
   SmartFrame* smart = nullptr;

@@ -29,7 +29,8 @@ Failure Try(F f) {
 }
 
 /// Bands are handed out from the top. A row that fails stops all rows below it, but not those
-/// above, so that the topmost failure is the same for any number of threads.
+/// above, so that the topmost failure is the same for any number of threads. Threads wait for each
+/// other only where rows fail.
 class RowLoop {
  public:
   RowLoop(int first, int end, const std::function<PF_Err(int)>& row,
@@ -43,12 +44,18 @@ class RowLoop {
       for (int y = from; y < to && y < stop_.load(); ++y) {
         if (Failure failure = Try([&] { return row_(y); })) StopAt(y, std::move(failure));
       }
-      Report(to - from);
+      rows_done_ += to - from;
+      // Whoever finds another reporting leaves it to that one, or to the end.
+      if (!reporting_.test_and_set(std::memory_order_acquire)) {
+        ReportDone();
+        reporting_.clear(std::memory_order_release);
+      }
     }
   }
 
+  /// Once all threads are done.
   PF_Err Result() {
-    const std::lock_guard lock(mutex_);
+    ReportDone();
     const Failure& failure = failure_ ? failure_ : cancelled_;
     if (failure.exception) std::rethrow_exception(failure.exception);
     return failure.code;
@@ -60,14 +67,15 @@ class RowLoop {
     if (failure_ && y > failed_row_) return;
     failed_row_ = y;
     failure_ = std::move(failure);
+    failed_.store(true);
     stop_.store(std::min(stop_.load(), y));
   }
 
-  void Report(int rows) {
-    const std::lock_guard lock(mutex_);
-    rows_done_ += rows;
-    if (failure_ || cancelled_) return;
-    cancelled_ = Try([&] { return done_(rows_done_); });
+  void ReportDone() {
+    const int rows = rows_done_.load();
+    if (rows == rows_reported_ || failed_.load() || cancelled_) return;
+    rows_reported_ = rows;
+    cancelled_ = Try([&] { return done_(rows); });
     if (cancelled_) stop_.store(std::numeric_limits<int>::min());
   }
 
@@ -76,11 +84,16 @@ class RowLoop {
   const int end_;
   std::atomic<int> next_;
   std::atomic<int> stop_;  // rows from here on need not be done
-  std::mutex mutex_;       // guards what follows
-  Failure failure_;
+  std::atomic<int> rows_done_{0};
+  std::atomic<bool> failed_{false};
+
+  std::atomic_flag reporting_;  // guards what follows
   Failure cancelled_;
+  int rows_reported_ = 0;
+
+  std::mutex mutex_;  // guards what follows
+  Failure failure_;
   int failed_row_ = 0;
-  int rows_done_ = 0;
 };
 
 }  // namespace

@@ -161,9 +161,9 @@ Picture::Picture(const World& world, Depth depth, int first_row, int rows)
   }
 }
 
-World Picture::ToWorld(Depth depth, Rational factor_x, Rational factor_y,
-                       const WorldLayout& layout) const {
-  World world(ReducedSize(width_, factor_x), ReducedSize(height_, factor_y), depth, layout);
+World Picture::ToWorld(Depth depth, Rational factor_x, Rational factor_y, const WorldLayout& layout,
+                       const std::shared_ptr<MemoryPool>& pool) const {
+  World world(ReducedSize(width_, factor_x), ReducedSize(height_, factor_y), depth, layout, pool);
   const bool whole = factor_x == Rational{} && factor_y == Rational{};
   std::visit(
       [&]<class Channel>(const std::vector<Channel>& pixels) {

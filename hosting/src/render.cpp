@@ -14,8 +14,10 @@ struct PreparedLayer {
   World world;
   AreaSampler sampler;
 
-  PreparedLayer(std::shared_ptr<const Picture> from, World made)
-      : picture(std::move(from)), world(std::move(made)), sampler(world.record(), world.depth()) {}
+  PreparedLayer(std::shared_ptr<const Picture> from, World made, std::shared_ptr<MemoryPool> memory)
+      : picture(std::move(from)),
+        world(std::move(made)),
+        sampler(world.record(), world.depth(), std::move(memory)) {}
 };
 
 bool IsEmpty(const PF_LRect& r) { return r.left >= r.right || r.top >= r.bottom; }
@@ -28,12 +30,6 @@ bool Inside(const PF_LRect& r, const PF_LRect& bounds) {
 std::string Text(const PF_LRect& r) {
   return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " +
          std::to_string(r.right) + ", " + std::to_string(r.bottom) + ")";
-}
-
-World WorldFor(const PF_LRect& rect, Depth depth, const WorldLayout& layout) {
-  World world(rect.right - rect.left, rect.bottom - rect.top, depth, layout);
-  world.SetOrigin(rect.left, rect.top);
-  return world;
 }
 
 /// The frame of the layer that is shown at a layer time.
@@ -63,16 +59,41 @@ struct Renderer::State {
   World RenderClassic(A_long layer_time);
   void Attach(Command& command, A_long layer_time);
   void PlaceWorlds(const World& output);
+  World WorldFor(const PF_LRect& rect, const WorldLayout& layout = {});
+  World Blank();
+  World AsRegion(World output);
 
   const Effect* effect;
   Setup setup;
   RenderOptions options;
   Workers workers;
+  std::shared_ptr<MemoryPool> memory = std::make_shared<MemoryPool>();
   PF_LRect bounds{};  // of the layer, in buffer pixels
   PF_LRect region{};  // what is asked for
   std::shared_ptr<PreparedLayer> layer;
   std::vector<World> worlds;  // kept of the effect's own in this frame
 };
+
+World Renderer::State::WorldFor(const PF_LRect& rect, const WorldLayout& layout) {
+  World world(rect.right - rect.left, rect.bottom - rect.top, options.depth, layout, memory);
+  world.SetOrigin(rect.left, rect.top);
+  return world;
+}
+
+World Renderer::State::Blank() {
+  World picture = WorldFor(region);
+  picture.Clear();
+  return picture;
+}
+
+/// What the region shows of an output.
+World Renderer::State::AsRegion(World output) {
+  const PF_LRect rect = output.rect();
+  if (!options.layout.guards && Inside(region, rect) && Inside(rect, region)) return output;
+  World picture = Blank();
+  CopyOverlap(output, picture);
+  return picture;
+}
 
 PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
   const std::shared_ptr<const Picture> picture =
@@ -86,9 +107,12 @@ PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
                 std::to_string(picture->height()) + " pixels, the layer " +
                 std::to_string(setup.width) + " x " + std::to_string(setup.height));
   }
+  layer.reset();  // its memory serves the next
   layer = std::make_shared<PreparedLayer>(
       picture,
-      picture->ToWorld(options.depth, options.downsample_x, options.downsample_y, options.layout));
+      picture->ToWorld(options.depth, options.downsample_x, options.downsample_y, options.layout,
+                       memory),
+      memory);
   return *layer;
 }
 
@@ -98,6 +122,7 @@ void Renderer::State::Attach(Command& command, A_long layer_time) {
   command.out_data.out_flags2 = effect->out_flags2();
   command.progress = &options.progress;
   command.workers = &workers;
+  command.memory = memory;
   worlds.clear();
   if (options.keep_worlds) command.kept_worlds = &worlds;
 }
@@ -126,11 +151,9 @@ World Renderer::State::RenderSmart(A_long layer_time) {
                  " reaches out of max_result_rect " + Text(pre_output.max_result_rect));
   }
 
-  World picture = WorldFor(region, options.depth, {});
-  picture.Clear();
-  if (IsEmpty(result)) return picture;
+  if (IsEmpty(result)) return Blank();
 
-  World output = WorldFor(result, options.depth, options.layout);
+  World output = WorldFor(result, options.layout);
   Command render(effect->entry(), PF_Cmd_SMART_RENDER, options.observer);
   Attach(render, layer_time);
   render.smart = &smart;
@@ -142,13 +165,11 @@ World Renderer::State::RenderSmart(A_long layer_time) {
   PF_SmartRenderExtra extra{&render_input, &callbacks};
   render.Run(nullptr, &extra);
   PlaceWorlds(output);
-  if (!options.layout.guards && Inside(region, result) && Inside(result, region)) return output;
-  CopyOverlap(output, picture);
-  return picture;
+  return AsRegion(std::move(output));
 }
 
 World Renderer::State::RenderClassic(A_long layer_time) {
-  World output = WorldFor(bounds, options.depth, options.layout);
+  World output = WorldFor(bounds, options.layout);
   Command render(effect->entry(), PF_Cmd_RENDER, options.observer);
   Attach(render, layer_time);
   render.input = &layer->world;
@@ -159,11 +180,7 @@ World Renderer::State::RenderClassic(A_long layer_time) {
   render.params[0].u.ld = layer->world.record();
   render.Run(output.lend());
   PlaceWorlds(output);
-
-  World picture = WorldFor(region, options.depth, {});
-  picture.Clear();
-  CopyOverlap(output, picture);
-  return picture;
+  return AsRegion(std::move(output));
 }
 
 Renderer::Renderer(const Effect& effect, Setup setup, RenderOptions options)
@@ -178,9 +195,7 @@ const RenderOptions& Renderer::options() const { return state_->options; }
 Frame Renderer::Render(A_long comp_time) {
   State& s = *state_;
   if (!s.setup.layer_span.Holds(s.setup.time.Seconds(comp_time))) {
-    World nothing = WorldFor(s.region, s.options.depth, {});
-    nothing.Clear();
-    return {std::move(nothing), nullptr, {}};
+    return {s.Blank(), nullptr, {}};
   }
   const std::int64_t layer_time = std::int64_t{comp_time} - s.setup.layer_start;
   if (layer_time != static_cast<A_long>(layer_time)) {

@@ -16,7 +16,7 @@ PF_Err MakeWorld(Command& command, CallKind kind, A_long width, A_long height, b
   if (err != 0) return err;
   if (world == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
   try {
-    World& made = command.ledger.Add(World(width, height, depth, command.layout));
+    World& made = command.ledger.Add(World(width, height, depth, command.layout, command.memory));
     if (clear) made.Clear();
     *world = made.record();
     return PF_Err_NONE;

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
 
 #include "hosting/errors.h"
 
@@ -45,9 +43,8 @@ PF_PixelFormat FormatOf(Depth depth) {
   return PF_PixelFormat_INVALID;
 }
 
-void World::FreeMemory::operator()(std::byte* memory) const { std::free(memory); }
-
-World::World(int width, int height, Depth depth, const WorldLayout& layout)
+World::World(int width, int height, Depth depth, const WorldLayout& layout,
+             const std::shared_ptr<MemoryPool>& pool)
     : depth_(depth), guarded_(layout.guards) {
   if (width < 0 || height < 0 || width > kMaxSide || height > kMaxSide) {
     throw Error("an image of " + std::to_string(width) + " x " + std::to_string(height) +
@@ -66,8 +63,7 @@ World::World(int width, int height, Depth depth, const WorldLayout& layout)
       std::max(alignment, kCacheLine) + (alignment < kCacheLine ? alignment : 0);
   const auto rows = static_cast<std::size_t>(height);
   memory_size_ = RoundUp(before + rowbytes * rows + kCacheLine, kPage);
-  memory_.reset(static_cast<std::byte*>(std::aligned_alloc(kPage, memory_size_)));
-  if (!memory_) throw std::bad_alloc();
+  memory_ = MemoryPool::Take(pool, memory_size_);
 
   const bool up = layout.bottom_up && height > 0;
   std::byte* const first = memory_.get() + before + (up ? rowbytes * (rows - 1) : 0);

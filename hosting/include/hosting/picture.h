@@ -34,7 +34,8 @@ class Picture {
   /// alpha-weighted; factors are world pixels a picture pixel, above 0 and at most 1. The world is
   /// ceil(width * factor_x) by ceil(height * factor_y). Every conversion rounds to nearest.
   World ToWorld(Depth depth, Rational factor_x = {}, Rational factor_y = {},
-                const WorldLayout& layout = {}) const;
+                const WorldLayout& layout = {},
+                const std::shared_ptr<MemoryPool>& pool = nullptr) const;
 
  private:
   int width_;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "hosting/memory.h"
 #include "pf_types.h"
 
 namespace hosting {
@@ -33,7 +34,8 @@ class World {
  public:
   World() = default;
   /// Sizes of 0 are allowed. Throws Error for negative or unreasonable ones.
-  World(int width, int height, Depth depth, const WorldLayout& layout = {});
+  World(int width, int height, Depth depth, const WorldLayout& layout = {},
+        const std::shared_ptr<MemoryPool>& pool = nullptr);
   World(World&&) noexcept = default;
   World& operator=(World&&) noexcept = default;
 
@@ -73,11 +75,7 @@ class World {
   bool guarded() const { return guarded_; }
 
  private:
-  struct FreeMemory {
-    void operator()(std::byte* memory) const;
-  };
-
-  std::unique_ptr<std::byte, FreeMemory> memory_;
+  MemoryPool::Block memory_;
   std::size_t memory_size_ = 0;
   PF_EffectWorld record_{};
   Depth depth_ = Depth::k8;
