@@ -42,16 +42,12 @@ test: build
 # Ratios to references that are measured in the same run; the machine should be idle. The results stay
 # in build/<preset>/bench/*.json, for bench/compare.py.
 BENCH_ARGS ?= --benchmark_counters_tabular=true --benchmark_min_time=0.3
-HOST_BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.1
-BENCHES := splat_bench pixel_bench
-HOST_BENCHES := sampler_bench frame_bench read_bench
+BENCHES := splat_bench pixel_bench sampler_bench frame_bench read_bench
 bench: | deps
 	@tools/install-deps bench
 	cmake --preset $(PRESET) -D VORLIN_BENCH=ON
-	cmake --build $(BUILD) --target $(BENCHES) $(HOST_BENCHES) vorlin vorlin_effect
+	cmake --build $(BUILD) --target $(BENCHES) vorlin vorlin_effect
 	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
-	set -e; for b in $(HOST_BENCHES); do \
-	  $(BUILD)/bench/$$b $(HOST_BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
 	bench/render_bench $(BUILD)
 
 # Branches that only an exception of the compiler's making takes are left out. Every other one must be taken in

@@ -103,10 +103,10 @@ A_long ShownTime(const BrushScene& scene, const hosting::Setup& setup) {
   return setup.time.FrameTime(scene.brush_frames);
 }
 
-Work WorkOf(const BrushScene& scene, const hosting::RenderOptions& options) {
+Amounts AmountsOf(const BrushScene& scene, const hosting::RenderOptions& options) {
   const hosting::Setup setup = SetupOf(scene);
   const int width_control = setup.controls.Control("Stroke Width").index;
-  Work work;
+  Amounts work;
   hosting::RenderOptions counting = options;
   counting.high_quality = false;
   counting.depth = hosting::Depth::k8;

@@ -25,12 +25,12 @@ hosting::Setup SetupOf(const BrushScene& scene);
 A_long ShownTime(const BrushScene& scene, const hosting::Setup& setup);
 
 /// What a frame is made of.
-struct Work {
+struct Amounts {
   double covered_pixels = 0;
   double blob_cells = 0;
   double samples = 0;  // blobs
 };
-Work WorkOf(const BrushScene& scene, const hosting::RenderOptions& options = {});
+Amounts AmountsOf(const BrushScene& scene, const hosting::RenderOptions& options = {});
 
 /// The boxes that the shown frame asks the host's sampler for, in the order of its pixels.
 std::vector<hosting::SampleBox> StrokeBoxes(const BrushScene& scene);

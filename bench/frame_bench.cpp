@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "brush_scene.h"
@@ -19,18 +20,17 @@ struct Frame {
   RenderOptions options;
 };
 
-bench::Loop Rendering(const Frame& frame) {
-  return [=](benchmark::State& state) {
-    const hosting::Setup setup = bench::SetupOf(frame.scene);
-    hosting::Renderer renderer(bench::TheEffect(), setup, frame.options);
-    const A_long time = bench::ShownTime(frame.scene, setup);
-    renderer.Render(time);  // prepares what frames share
-    A_long frames = 0;
-    for (auto _ : state) {
-      // A layer that moves has another picture in every other frame.
-      const A_long shown = frame.scene.still ? 0 : frames++ % 2 * setup.time.step();
-      benchmark::DoNotOptimize(renderer.Render(time - shown));
-    }
+bench::MakeWork Rendering(const Frame& frame) {
+  return [=]() -> bench::Work {
+    const auto renderer = std::make_shared<hosting::Renderer>(
+        bench::TheEffect(), bench::SetupOf(frame.scene), frame.options);
+    const A_long time = bench::ShownTime(frame.scene, renderer->setup());
+    // A layer that moves has another picture in every other frame.
+    const A_long step = frame.scene.still ? 0 : renderer->setup().time.step();
+    renderer->Render(time);  // prepares what frames share
+    return [=, frames = 0]() mutable {
+      benchmark::DoNotOptimize(renderer->Render(time - frames++ % 2 * step));
+    };
   };
 }
 
@@ -63,18 +63,19 @@ const Change kChanges[] = {
 void Changes() {
   Frame one_thread;
   one_thread.options.threads = 1;
-  const std::string kDefault = "default frame";
   for (const int threads : {1, 0}) {
     Frame plain;
     plain.options.threads = threads;
     const std::string by = threads == 1 ? ", 1 thread" : ", all threads";
     if (threads != 1) {
-      bench::Pair(kDefault + by, Rendering(plain), kDefault + ", 1 thread", Rendering(one_thread));
+      bench::Pair("default frame, all threads/1 thread", 1, bench::Ratio::kTimesFaster,
+                  Rendering(plain), Rendering(one_thread));
     }
     for (const Change& change : kChanges) {
       Frame changed = plain;
       change.make(changed);
-      bench::Pair(change.name + by, Rendering(changed), kDefault + by, Rendering(plain), false);
+      bench::Pair(change.name + "/default frame" + by, 1, bench::Ratio::kTimesItsTime,
+                  Rendering(changed), Rendering(plain));
     }
   }
 }
@@ -95,16 +96,18 @@ void Series(const std::string& name, const std::vector<double>& steps,
     return std::string(text);
   };
   const Frame first = frame_of(steps.front());
-  const bench::Work base = bench::WorkOf(first.scene);
+  const bench::Amounts base = bench::AmountsOf(first.scene);
   for (std::size_t i = 1; i < steps.size(); ++i) {
     const Frame frame = frame_of(steps[i]);
-    const bench::Work work = bench::WorkOf(frame.scene);
+    const bench::Amounts work = bench::AmountsOf(frame.scene);
     const double growth =
         std::max({work.covered_pixels / base.covered_pixels, work.blob_cells / base.blob_cells,
                   work.samples / base.samples});
-    std::string subject = named(steps[i]);
-    std::snprintf(text, sizeof text, ", %.1f times the work", growth);
-    bench::Pair(subject + text, Rendering(frame), named(steps.front()), Rendering(first), false);
+    char growth_text[64];
+    std::snprintf(growth_text, sizeof growth_text, ", %.1f times the work", growth);
+    const std::string subject = named(steps[i]);
+    bench::Pair(subject + "/" + named(steps.front()) + growth_text, 1, bench::Ratio::kTimesItsTime,
+                Rendering(frame), Rendering(first));
   }
 }
 

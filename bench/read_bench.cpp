@@ -1,6 +1,7 @@
 // What a stroke reads: keyframes, controls through the host, slices, and the default span of 3000
 // seconds at the end of a long composition. The frames are so small that reading is all they do.
 
+#include <memory>
 #include <string>
 
 #include "brush_scene.h"
@@ -12,13 +13,14 @@ using hosting::Key;
 using hosting::Point;
 using hosting::Track;
 
-/// A thousand values at times that move on.
-bench::Loop Evaluating(const Track<Point>& track, double seconds) {
-  return [=](benchmark::State& state) {
-    for (auto _ : state) {
-      for (int i = 0; i < 1000; ++i) benchmark::DoNotOptimize(track.At(seconds * i / 1000));
-    }
-    state.SetItemsProcessed(state.iterations() * 1000);
+constexpr int kValues = 1000;
+
+/// Values at times that move on.
+bench::MakeWork Evaluating(const Track<Point>& track, double seconds) {
+  return [=]() -> bench::Work {
+    return [=] {
+      for (int i = 0; i < kValues; ++i) benchmark::DoNotOptimize(track.At(seconds * i / kValues));
+    };
   };
 }
 
@@ -35,13 +37,13 @@ Track<Point> KeysOf(int count, const Key<Point>& shape) {
 
 void Keyframes() {
   const auto pair = [](const std::string& name, int count, const Key<Point>& shape) {
-    bench::Pair(name, Evaluating(KeysOf(count, shape), count - 1), "1000 values between 2 keys",
-                Evaluating(KeysOf(2, {}), 1), false);
+    bench::Pair(name + "/value between 2 keys", kValues, bench::Ratio::kTimesItsTime,
+                Evaluating(KeysOf(count, shape), count - 1), Evaluating(KeysOf(2, {}), 1));
   };
-  pair("1000 values between 60 keys", 60, {});
-  pair("1000 values between 960 keys", 960, {});
-  pair("1000 smooth values between 60 keys", 60, {.in = hosting::kSmooth, .out = hosting::kSmooth});
-  pair("1000 values on paths between 60 keys", 60, {.in_tangent = {-2, 1}, .out_tangent = {2, 1}});
+  pair("value between 60 keys", 60, {});
+  pair("value between 960 keys", 960, {});
+  pair("smooth value between 60 keys", 60, {.in = hosting::kSmooth, .out = hosting::kSmooth});
+  pair("value on paths between 60 keys", 60, {.in_tangent = {-2, 1}, .out_tangent = {2, 1}});
 }
 
 struct Strip {
@@ -63,8 +65,8 @@ Strip StripOf(int brush_frames, bool strength) {
   return strip;
 }
 
-std::int64_t ReadOuts(Strip strip) {
-  std::int64_t count = 0;
+int ReadOuts(Strip strip) {
+  int count = 0;
   strip.options.observer = [&](const hosting::Call& call) -> PF_Err {
     count += call.kind == hosting::CallKind::kCheckoutParam;
     return PF_Err_NONE;
@@ -73,41 +75,38 @@ std::int64_t ReadOuts(Strip strip) {
   return count;
 }
 
-bench::Loop Rendering(const Strip& strip, std::int64_t items) {
-  return [=](benchmark::State& state) {
-    hosting::Renderer renderer(bench::TheEffect(), strip.setup, strip.options);
-    for (auto _ : state) benchmark::DoNotOptimize(renderer.Render(strip.time));
-    state.SetItemsProcessed(state.iterations() * items);
+bench::MakeWork Rendering(const Strip& strip) {
+  return [=]() -> bench::Work {
+    const auto renderer =
+        std::make_shared<hosting::Renderer>(bench::TheEffect(), strip.setup, strip.options);
+    return [=, time = strip.time] { benchmark::DoNotOptimize(renderer->Render(time)); };
   };
 }
 
 /// As many values of the brush's position, straight from the controls.
-bench::Loop Values(const Strip& strip, std::int64_t count) {
-  return [=](benchmark::State& state) {
-    const hosting::ControlTracks& controls = strip.setup.controls;
-    const double seconds = strip.setup.time.Seconds(strip.time);
-    const int index = controls.Control("Brush Position").index;
-    for (auto _ : state) {
-      for (std::int64_t i = 0; i < count; ++i) {
-        const double at = seconds * static_cast<double>(i) / static_cast<double>(count);
-        benchmark::DoNotOptimize(controls.At(index, at, 1, 1));
+bench::MakeWork Values(const Strip& strip, int count) {
+  return [=]() -> bench::Work {
+    return [=] {
+      const hosting::ControlTracks& controls = strip.setup.controls;
+      const double seconds = strip.setup.time.Seconds(strip.time);
+      const int index = controls.Control("Brush Position").index;
+      for (int i = 0; i < count; ++i) {
+        benchmark::DoNotOptimize(controls.At(index, seconds * i / count, 1, 1));
       }
-    }
-    state.SetItemsProcessed(state.iterations() * count);
+    };
   };
 }
 
 void Strokes() {
+  constexpr auto kItsTime = bench::Ratio::kTimesItsTime;
   const Strip drawn = StripOf(60, true);
-  const std::int64_t read_outs = ReadOuts(drawn);
-  bench::Pair(std::to_string(read_outs) + " read-outs", Rendering(drawn, read_outs),
-              std::to_string(read_outs) + " values", Values(drawn, read_outs), false);
+  const int read_outs = ReadOuts(drawn);
+  bench::Pair("read-out/value", read_outs, kItsTime, Rendering(drawn), Values(drawn, read_outs));
   const Strip slices = StripOf(900, false);
-  const std::int64_t values = ReadOuts(slices);
-  bench::Pair("900 slices", Rendering(slices, 900), std::to_string(values) + " values",
-              Values(slices, values), false);
-  bench::Pair("90000 slices, 3000 s", Rendering(StripOf(90000, false), 90000), "900 slices",
-              Rendering(slices, 900), false);
+  bench::Pair("slice/its values", 900, kItsTime, Rendering(slices),
+              Values(slices, ReadOuts(slices)));
+  bench::Pair("3000 s/30 s, 100 times the slices", 90000, kItsTime,
+              Rendering(StripOf(90000, false)), Rendering(slices));
 }
 
 }  // namespace

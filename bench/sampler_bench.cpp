@@ -43,82 +43,88 @@ std::vector<SampleBox> InScanOrder(int side) {
   return boxes;
 }
 
-/// The time of one box.
-template <class Pixel, class Sample>
-void OverBoxes(benchmark::State& state, const std::vector<SampleBox>& boxes, Sample sample) {
-  std::size_t i = 0;
-  for (auto _ : state) {
-    Pixel out;
-    sample(boxes[i], &out);
-    benchmark::DoNotOptimize(out);
-    if (++i == boxes.size()) i = 0;
-  }
-}
-
 using Boxes = std::shared_ptr<const std::vector<SampleBox>>;
 
-template <class Pixel>
-bench::Loop Sampled(Depth depth, const Boxes& boxes) {
-  return [=](benchmark::State& state) {
-    const AreaSampler sampler(Source(depth).record(), depth);
-    Pixel out;
-    sampler.Sample(kEverywhere, &out);
-    OverBoxes<Pixel>(state, *boxes,
-                     [&](const SampleBox& box, Pixel* p) { sampler.Sample(box, p); });
+/// So many boxes at a time, of all of them in turn.
+template <class Sample>
+bench::Work OverBoxes(const Boxes& boxes, int count, Sample sample) {
+  return [=, i = std::size_t{0}]() mutable {
+    for (int n = 0; n < count; ++n) {
+      sample((*boxes)[i]);
+      if (++i == boxes->size()) i = 0;
+    }
   };
 }
 
 template <class Pixel>
-bench::Loop Plainly(Depth depth, const Boxes& boxes) {
-  return [=](benchmark::State& state) {
-    const PF_EffectWorld& source = Source(depth).record();
-    OverBoxes<Pixel>(state, *boxes, [&](const SampleBox& box, Pixel* p) {
-      hosting::PlainAreaSample(source, box, p);
+bench::MakeWork Sampled(Depth depth, const Boxes& boxes, int count) {
+  return [=]() -> bench::Work {
+    const auto sampler = std::make_shared<const AreaSampler>(Source(depth).record(), depth);
+    const auto sample = [=](const SampleBox& box) {
+      Pixel out;
+      sampler->Sample(box, &out);
+      benchmark::DoNotOptimize(out);
+    };
+    sample(kEverywhere);
+    return OverBoxes(boxes, count, sample);
+  };
+}
+
+template <class Pixel>
+bench::MakeWork Plainly(Depth depth, const Boxes& boxes, int count) {
+  return [=]() -> bench::Work {
+    return OverBoxes(boxes, count, [depth](const SampleBox& box) {
+      Pixel out;
+      hosting::PlainAreaSample(Source(depth).record(), box, &out);
+      benchmark::DoNotOptimize(out);
     });
   };
 }
 
 template <class Pixel>
-bench::Loop MakeTable(Depth depth) {
-  return [=](benchmark::State& state) {
+bench::MakeWork MakeTable(Depth depth) {
+  return [=]() -> bench::Work {
     const auto pool = std::make_shared<MemoryPool>();
-    for (auto _ : state) {
+    return [=] {
       const AreaSampler sampler(Source(depth).record(), depth, pool);
       Pixel out;
       sampler.Sample(kEverywhere, &out);
       benchmark::DoNotOptimize(out);
-    }
+    };
   };
 }
 
-bench::Loop Write(std::size_t bytes) {
-  return [=](benchmark::State& state) {
-    const MemoryPool::Block memory = MemoryPool::Take(nullptr, bytes);
-    for (auto _ : state) {
+bench::MakeWork Write(std::size_t bytes) {
+  return [=]() -> bench::Work {
+    const std::shared_ptr<std::byte> memory = MemoryPool::Take(nullptr, bytes);
+    return [=] {
       std::memset(memory.get(), 1, bytes);
       benchmark::ClobberMemory();
-    }
+    };
   };
 }
 
 template <class Pixel>
 void PairsOf(const std::string& name, Depth depth, int table_bytes, const Boxes& stroke) {
-  const auto pair = [&](const std::string& boxes_name, const Boxes& boxes) {
-    const std::string subject = boxes_name + ", " + name;
-    bench::Pair(subject, Sampled<Pixel>(depth, boxes), "plain sum, " + subject,
-                Plainly<Pixel>(depth, boxes));
+  const auto pair = [&](const std::string& boxes_name, const Boxes& boxes, int count) {
+    bench::Pair(boxes_name + "/plain sum, " + name, count, bench::Ratio::kTimesFaster,
+                Sampled<Pixel>(depth, boxes, count), Plainly<Pixel>(depth, boxes, count));
   };
   const auto boxes_of = [](int side) {
     return std::make_shared<const std::vector<SampleBox>>(InScanOrder(side));
   };
-  for (const int side : {1, 3, 9, 33, 129}) pair("box of " + std::to_string(side), boxes_of(side));
-  pair("a stroke's boxes", stroke);
-  bench::Pair("box of 129, " + name, Sampled<Pixel>(depth, boxes_of(129)), "box of 1, " + name,
-              Sampled<Pixel>(depth, boxes_of(1)), false);
+  for (const int side : {1, 3, 9, 33, 129}) {
+    pair("box of " + std::to_string(side), boxes_of(side), side < 129 ? 20000 : 2000);
+  }
+  pair("a stroke's boxes", stroke, static_cast<int>(stroke->size()));
+  constexpr int kCount = 100000;
+  bench::Pair("box of 129/box of 1, " + name, kCount, bench::Ratio::kTimesItsTime,
+              Sampled<Pixel>(depth, boxes_of(129), kCount),
+              Sampled<Pixel>(depth, boxes_of(1), kCount));
   const World& source = Source(depth);
   const auto bytes = static_cast<std::size_t>(source.width() * source.height() * table_bytes);
-  bench::Pair("making the table, " + name, MakeTable<Pixel>(depth),
-              "writing " + std::to_string(bytes >> 20) + " MiB", Write(bytes), false);
+  bench::Pair("making the table/writing it, " + name, 1, bench::Ratio::kTimesItsTime,
+              MakeTable<Pixel>(depth), Write(bytes));
 }
 
 }  // namespace
