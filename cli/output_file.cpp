@@ -8,6 +8,7 @@
 #include <charconv>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,6 +40,14 @@ pid_t ProcessOf(std::string_view name, std::string_view mark) {
   return std::from_chars(name.data(), end, process).ptr == end && process > 0 ? process : 0;
 }
 
+/// A process that has ended may stay in the table until it is waited for.
+bool HasEnded(pid_t process) {
+  if (kill(process, 0) != 0) return errno == ESRCH;
+  std::string stat;
+  std::getline(std::ifstream(fmt::format("/proc/{}/stat", process)), stat);
+  return stat.find(") Z ") != stat.npos;
+}
+
 }  // namespace
 
 void ClearLeftovers(const std::filesystem::path& folder) {
@@ -48,7 +57,7 @@ void ClearLeftovers(const std::filesystem::path& folder) {
   for (const auto& entry :
        std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
     const pid_t process = ProcessOf(entry.path().filename().string(), mark);
-    if (process != 0 && kill(process, 0) != 0 && errno == ESRCH) leftovers.push_back(entry.path());
+    if (process != 0 && HasEnded(process)) leftovers.push_back(entry.path());
   }
   for (const auto& leftover : leftovers) std::filesystem::remove(leftover, ignored);
 }
