@@ -67,7 +67,7 @@ coverage: | deps
 # The command line mistreated; the tests run a short version.
 KILLS ?= 200
 torture: build
-	tests/torture/torture.py $(BUILD)/cli/vorlin scenes/tiles.png --kills $(KILLS)
+	tests/torture/torture.py $(BUILD)/cli/vorlin $(BUILD)/tests/torture/libfailing_calls.so scenes/tiles.png --kills $(KILLS)
 
 # Each fuzzer for that long. What it finds is left in build/fuzz/found, and belongs into fuzz/corpus once mended.
 FUZZ_SECONDS ?= 60

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Mistreats the built program: killed at random instants, without room, with its output closed.
 
-usage: torture.py VORLIN PICTURE [--kills N] [--seed N]
+usage: torture.py VORLIN FAILING_CALLS PICTURE [--kills N] [--seed N]
 """
 import argparse
 import os
@@ -167,6 +167,20 @@ class Torture:
             self.run(["umount", str(self.out)])
         print("full disk told in a line")
 
+    def broken_disk(self, failing_calls):
+        calls = ("write", "fsync", "close", "rename")
+        for call in calls:
+            self.fresh()
+            environment = {**os.environ, "LD_PRELOAD": failing_calls, "VORLIN_FAIL": call}
+            one_job = [*self.command[:-1], "1", "-q"]
+            self.one_line(self.run(one_job, env=environment), 3, f"failing {call}")
+            left = {p.name for p in self.out.iterdir()}
+            expect(left < set(self.expected), f"failing {call}: left {sorted(left)}")
+            expect(all(self.expected[n] == d for n, d in pictures(self.out).items()), f"failing {call}: a broken picture")
+            resumed = self.run([*self.command, "-q", "--skip-existing"])
+            expect(resumed.returncode == 0 and pictures(self.out) == self.expected, f"failing {call}: not resumed")
+        print(f"{len(calls)} failing calls told in a line and resumed to the same bytes")
+
     def closed_output(self):
         (self.folder / "p.csv").write_text("0,1,2\n9,3,4\n")
         verbs = (["about"], ["controls"], ["controls", "--json"], ["schema"], ["import-path", str(self.folder / "p.csv")])
@@ -187,6 +201,7 @@ class Torture:
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("vorlin")
+    parser.add_argument("failing_calls")
     parser.add_argument("plate")
     parser.add_argument("--kills", type=int, default=10)
     parser.add_argument("--seed", type=int, default=1)
@@ -201,6 +216,7 @@ def main():
         torture.two_at_once()
         torture.limits()
         torture.no_room()
+        torture.broken_disk(os.path.abspath(arguments.failing_calls))
         torture.closed_output()
     print(f"{len(failures)} failures")
     return 1 if failures else 0
