@@ -75,6 +75,15 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size) {
 __attribute__((visibility("default"))) void* operator new[](std::size_t size) {
   return validate::allocations::Allocate(size, __builtin_return_address(0));
 }
+// Who asks for no exception is ready for a failure, and is not watched.
+__attribute__((visibility("default"))) void* operator new(std::size_t size,
+                                                          const std::nothrow_t&) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
+__attribute__((visibility("default"))) void* operator new[](std::size_t size,
+                                                            const std::nothrow_t&) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
 __attribute__((visibility("default"))) void operator delete(void* memory) noexcept {
   std::free(memory);
 }
@@ -85,5 +94,13 @@ __attribute__((visibility("default"))) void operator delete(void* memory, std::s
   std::free(memory);
 }
 __attribute__((visibility("default"))) void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+__attribute__((visibility("default"))) void operator delete(void* memory,
+                                                            const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+__attribute__((visibility("default"))) void operator delete[](void* memory,
+                                                              const std::nothrow_t&) noexcept {
   std::free(memory);
 }

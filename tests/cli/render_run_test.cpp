@@ -105,7 +105,7 @@ TEST_F(RenderRuns, SayWhatCannotBeStored) {
        "vorlin: error: cannot write to standard output: No space left on device\n"},
       {vorlin + "-o o.png --json >&-", 3,
        "vorlin: error: cannot write to standard output: Bad file descriptor\n"},
-      {"ulimit -f 1; " + vorlin + "-o p.exr --depth 32 --over layer", 3,
+      {"ulimit -f 1; " + vorlin + "-j 1 -o p.exr --depth 32 --over layer", 3,
        "vorlin: error: cannot write \"p.0000.exr\": File too large\n"},
       {"PATH=/nowhere " + vorlin + "-o p.mp4", 3,
        "vorlin: error: cannot run ffmpeg: it is not installed; movies are made by that program\n"},
@@ -190,7 +190,7 @@ TEST_F(RenderRuns, LeaveNoProcessBehind) {
       {"o.png", 2, false, SIGKILL, 128 + SIGKILL, ""},
       {"o.mp4", 3, false, SIGTERM, 128 + SIGTERM, ""},
       {"o.mp4", 3, false, SIGINT, 128 + SIGINT, ""},
-      {"o.png", 2, true, SIGSEGV, 4, "was killed by signal 11 (Segmentation fault)"},
+      {"o.png", 2, true, SIGABRT, 4, "was killed by signal 6 (Aborted)"},
       {"o.png", 2, true, SIGKILL, 3, "was killed by signal 9 (Killed)"},
   };
   for (const Case& c : cases) {
