@@ -19,6 +19,7 @@ double Total(const std::vector<FrameSeconds>& frames, double FrameSeconds::*part
 double MedianNet(const std::vector<FrameSeconds>& frames) {
   if (frames.empty()) return 0;
   std::vector<double> net;
+  net.reserve(frames.size());
   for (const FrameSeconds& frame : frames) net.push_back(frame.net);
   std::sort(net.begin(), net.end());
   const std::size_t middle = net.size() / 2;

@@ -58,6 +58,7 @@ std::string LastLine(std::string text) {
 
 ToolProcess::ToolProcess(const std::vector<std::string>& command) : name_(command.front()) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   const auto [input_end, input] = Pipe();

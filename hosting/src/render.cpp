@@ -59,8 +59,8 @@ struct Renderer::State {
   World RenderClassic(A_long layer_time);
   void Attach(Command& command, A_long layer_time);
   void PlaceWorlds(const World& output);
-  World WorldFor(const PF_LRect& rect, const WorldLayout& layout = {});
-  World Blank();
+  World WorldFor(const PF_LRect& rect, const WorldLayout& layout = {}) const;
+  World Blank() const;
   World AsRegion(World output);
 
   const Effect* effect;
@@ -74,13 +74,13 @@ struct Renderer::State {
   std::vector<World> worlds;  // kept of the effect's own in this frame
 };
 
-World Renderer::State::WorldFor(const PF_LRect& rect, const WorldLayout& layout) {
+World Renderer::State::WorldFor(const PF_LRect& rect, const WorldLayout& layout) const {
   World world(rect.right - rect.left, rect.bottom - rect.top, options.depth, layout, memory);
   world.SetOrigin(rect.left, rect.top);
   return world;
 }
 
-World Renderer::State::Blank() {
+World Renderer::State::Blank() const {
   World picture = WorldFor(region);
   picture.Clear();
   return picture;
