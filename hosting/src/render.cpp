@@ -61,7 +61,7 @@ struct Renderer::State {
   void PlaceWorlds(const World& output);
   World WorldFor(const PF_LRect& rect, const WorldLayout& layout = {}) const;
   World Blank() const;
-  World AsRegion(World output);
+  World AsRegion(World output) const;
 
   const Effect* effect;
   Setup setup;
@@ -87,7 +87,7 @@ World Renderer::State::Blank() const {
 }
 
 /// What the region shows of an output.
-World Renderer::State::AsRegion(World output) {
+World Renderer::State::AsRegion(World output) const {
   const PF_LRect rect = output.rect();
   if (!options.layout.guards && Inside(region, rect) && Inside(rect, region)) return output;
   World picture = Blank();
