@@ -49,8 +49,8 @@ PF_UtilCallbacks MakeUtils() {
   return utils;
 }
 
-/// A frame whose every pixel is stroke, or none is, under distant lights spread evenly over the
-/// half sphere.
+/// A frame whose every pixel is stroke, or none is, in the middle of a 1080p layer, under distant
+/// lights spread evenly over the half sphere.
 template <class Pixel>
 struct Scene : RIPInfo<Pixel> {
   PF_UtilCallbacks utils = MakeUtils();
@@ -83,8 +83,10 @@ struct Scene : RIPInfo<Pixel> {
     this->highQuality = true;
     this->field = &heights.world;
     this->fieldStride = kWidth;
-    this->layerMaxX = kWidth - 1.0;
-    this->layerMaxY = kHeight - 1.0;
+    this->layerMaxX = 1919.0;
+    this->layerMaxY = 1079.0;
+    this->originX = 800.0;
+    this->originY = 500.0;
     this->toLayerX = this->toLayerY = 1.0;
     this->toFixedX = this->toFixedY = 65536.0;
     this->slopeX = this->slopeY = 4.0;
@@ -117,17 +119,24 @@ PF_Err DoNothing(void*, A_long, A_long, Pixel*, Pixel*) {
   return PF_Err_NONE;
 }
 
-/// One square root, one sample, and one power for every light.
-template <class Pixel>
+/// One square root, one sample, and one power for every light. kInTurn: the sample and the powers
+/// wait for the root, as the formulas have it; else the processor may make all of them at once, and
+/// those of the next pixels.
+template <class Pixel, bool kInTurn>
 PF_Err ForcedCalls(void* refcon, A_long x, A_long y, Pixel*, Pixel* out) {
   const auto& scene = *static_cast<const Scene<Pixel>*>(static_cast<RIPInfo<Pixel>*>(refcon));
   const PF_ANSICallbacks& ansi = scene.inData->utils->ansi;
   const int lights = scene.lightShade->numLights;
   const double* argument =
       &scene.arguments[static_cast<std::size_t>((y * kWidth + x) * (1 + lights))];
-  double sum = ansi.sqrt(*argument);
-  const PF_Err err = scene.areaSample(scene.effectRef, x << 16, y << 16, &scene.samp, out);
-  for (int i = 0; i < lights; ++i) sum += ansi.pow(*++argument, scene.lightShade->smoothness);
+  const double root = ansi.sqrt(*argument);
+  const double wait = kInTurn ? 0.0 * root : 0.0;
+  const PF_Err err = scene.areaSample(scene.effectRef, (x << 16) + static_cast<int>(wait), y << 16,
+                                      &scene.samp, out);
+  double sum = root;
+  for (int i = 0; i < lights; ++i) {
+    sum += ansi.pow(*++argument + wait, scene.lightShade->smoothness);
+  }
   benchmark::DoNotOptimize(sum);
   return err;
 }
@@ -156,9 +165,12 @@ void PairsOf(const std::string& depth) {
   bench::Pair("empty pixel/no work, " + depth, kPixels, kRatio, Iteration(BlobRIP<Pixel>, false, 1),
               Iteration(DoNothing<Pixel>, false, 1));
   for (const int lights : {1, 5, 19}) {
-    bench::Pair("stroke pixel/forced calls, " + depth + ", lights " + std::to_string(lights),
-                kPixels, kRatio, Iteration(BlobRIP<Pixel>, true, lights),
-                Iteration(ForcedCalls<Pixel>, true, lights));
+    const std::string scene = ", " + depth + ", lights " + std::to_string(lights);
+    const bench::MakeWork pixel = Iteration(BlobRIP<Pixel>, true, lights);
+    bench::Pair("stroke pixel/forced calls" + scene, kPixels, kRatio, pixel,
+                Iteration(ForcedCalls<Pixel, false>, true, lights));
+    bench::Pair("stroke pixel/forced calls in turn" + scene, kPixels, kRatio, pixel,
+                Iteration(ForcedCalls<Pixel, true>, true, lights));
   }
 }
 

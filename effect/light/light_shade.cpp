@@ -70,8 +70,18 @@ bool LightShade::AddLightSource(const NewLightSource& light) {
   if (!(dust.red == 0.0 && dust.green == 0.0 && dust.blue == 0.0)) dusty_ = true;
   stored.specularColor = Scaled(
       specularShading, {0.0, Positive(color.red), Positive(color.green), Positive(color.blue)});
-  ++numLights;
+  if (light.type != LightTypeDistant) only_distant_ = false;
+  SetDistantRay(numLights++);
   return true;
+}
+
+void LightShade::SetDistantRay(std::size_t index) {
+  const LightSource& light = lights[index];
+  if (light.type != LightTypeDistant) return;
+  distant_rays_.x[index] = light.direction.x;
+  distant_rays_.y[index] = light.direction.y;
+  distant_rays_.z[index] = light.direction.z;
+  distant_rays_.spot[index] = 1.0;
 }
 
 bool LightShade::GetNextLightPosition(FX_D_Point& position, int& index) const {
@@ -95,6 +105,7 @@ void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& tran
     const FX_D_Point moved = Transformed({p.x - dx, p.y - dy, -p.z}, matrix);
     light.position = {moved.x + translation.x, moved.y + translation.y, moved.z + translation.z};
   }
+  for (std::size_t i = 0; i < numLights; ++i) SetDistantRay(i);
 }
 
 void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& translation) {
@@ -105,6 +116,7 @@ void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& tran
         Transformed({p.x + translation.x, p.y + translation.y, -p.z + translation.z}, matrix);
     light.direction = Transformed({d.x, d.y, -d.z}, matrix);
   }
+  for (std::size_t i = 0; i < numLights; ++i) SetDistantRay(i);
 }
 
 }  // namespace vorlin

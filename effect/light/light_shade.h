@@ -37,6 +37,16 @@ struct LightSource {
   double coneInnerCos;
 };
 
+/// The rays from a surface point to all lights, by coordinates: unit directions, and how much of
+/// each light its cone lets through. Unused entries are 0.
+struct LightRays {
+  static constexpr std::size_t kCapacity = 20;  // a multiple of 4
+  double x[kCapacity];
+  double y[kCapacity];
+  double z[kCapacity];
+  double spot[kCapacity];
+};
+
 /// What one surface point has gathered so far. The alphas of specular and dust are never set and no
 /// alpha is read.
 struct TSLightGather {
@@ -88,8 +98,8 @@ class LightShade {
 
   /// The lit colour of the surface point (x, y, 0) with unit normal, seen along (0, 0, -1). color
   /// is the unlit surface, 0..1; its alpha passes through. Not clamped.
-  inline FX_Double_Pixel ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal,
-                                    double x, double y) const;
+  FX_Double_Pixel ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal, double x,
+                             double y) const;
   /// The same for any surface point, seen along the unit direction view (from the eye).
   FX_Double_Pixel ShadePixelView(const FX_Double_Pixel& color, const FX_D_Point& normal,
                                  const FX_D_Point& surface, const FX_D_Point& view) const;
@@ -110,6 +120,15 @@ class LightShade {
                      const FX_D_Point& surface, const FX_D_Point& view) const;
 
   std::span<const LightSource> Lights() const { return {lights.data(), numLights}; }
+  /// Whether any stored light has a dust colour other than black.
+  bool IsDusty() const { return dusty_; }
+
+  bool HasOnlyDistantLights() const { return only_distant_; }
+  /// The rays of the distant lights, the same everywhere; those of the others are 0.
+  const LightRays& DistantRays() const { return distant_rays_; }
+  /// The rays of all lights to (x, y, 0); 0 where a light does not reach. False when one of them is
+  /// no number.
+  bool RaysTo(double x, double y, LightRays& rays) const;
 
   double ambientShading = 1.0;
   double diffuseShading = 1.0;
@@ -127,29 +146,21 @@ class LightShade {
   double offsetY = 0.0;
 
  private:
-  /// What reaches a surface point: the direction to the light, and how much of it is let through by
-  /// its cone; less than 0 outside.
-  struct Ray {
-    FX_D_Point toward;
-    double spot;
-  };
-  Ray RayOf(const LightSource& light, double x, double y) const;
-  FX_Double_Pixel ShadePixelByLights(const FX_Double_Pixel& color, const FX_D_Point& normal,
-                                     double x, double y) const;
+  void SetDistantRay(std::size_t index);
   FX_D_Point Toward(const LightSource& light, const FX_D_Point& surface) const;
   double Length(const FX_D_Point& v) const;
   template <class Distant, class Point, class Spot>
   TSLightGather Gathered(Distant distant, Point point, Spot spot) const;
-  inline FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
-                             double dust_weight) const;
+  FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
+                      double dust_weight) const;
   void GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
                           const LightSource& light, double spot, TSLightGather& gather) const;
   void GatherView(const FX_D_Point& normal, const FX_D_Point& toward, const LightSource& light,
                   double spot, const FX_D_Point& view, TSLightGather& gather) const;
 
-  bool dusty_ = false;  // some stored light has a dust colour other than black
+  bool dusty_ = false;
+  bool only_distant_ = true;
+  LightRays distant_rays_{};
 };
 
 }  // namespace vorlin
-
-#include "light/shade_pixel.h"

@@ -30,19 +30,16 @@ double SpotFactor(const LightSource& light, double cosine) {
 
 double LightShade::Length(const FX_D_Point& v) const { return inData->utils->ansi.sqrt(Dot(v, v)); }
 
-[[gnu::always_inline]] inline FX_D_Point LightShade::Toward(const LightSource& light,
-                                                            const FX_D_Point& surface) const {
+FX_D_Point LightShade::Toward(const LightSource& light, const FX_D_Point& surface) const {
   const FX_D_Point d{light.position.x - surface.x, light.position.y - surface.y,
                      light.position.z - surface.z};
   const double scale = 1.0 / (Length(d) + kLengthFloor);
   return {d.x * scale, d.y * scale, d.z * scale};
 }
 
-[[gnu::always_inline]] inline void LightShade::GatherOrthographic(const FX_D_Point& normal,
-                                                                  const FX_D_Point& toward,
-                                                                  const LightSource& light,
-                                                                  double spot,
-                                                                  TSLightGather& gather) const {
+void LightShade::GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
+                                    const LightSource& light, double spot,
+                                    TSLightGather& gather) const {
   double d = Dot(normal, toward);
   if (d > 0.0) {
     AddScaled(gather.diffuse, spot * d, light.diffuseColor);
@@ -92,11 +89,22 @@ void LightShade::ShadeSpot(const FX_D_Point& normal, const LightSource& light,
   GatherOrthographic(normal, toward, light, spot, gather);
 }
 
-LightShade::Ray LightShade::RayOf(const LightSource& light, double x, double y) const {
-  if (light.type != LightTypePoint && light.type != LightTypeSpot) return {{}, -1.0};
-  const FX_D_Point toward = Toward(light, {x, y, 0.0});
-  if (light.type == LightTypePoint) return {toward, 1.0};
-  return {toward, SpotFactor(light, Dot(toward, light.direction))};
+bool LightShade::RaysTo(double x, double y, LightRays& rays) const {
+  rays = distant_rays_;
+  for (std::size_t i = 0; i < numLights; ++i) {
+    const LightSource& light = lights[i];
+    if (light.type != LightTypePoint && light.type != LightTypeSpot) continue;
+    const FX_D_Point toward = Toward(light, {x, y, 0.0});
+    const double spot =
+        light.type == LightTypeSpot ? SpotFactor(light, Dot(toward, light.direction)) : 1.0;
+    if (spot < 0.0) continue;
+    rays.x[i] = toward.x;
+    rays.y[i] = toward.y;
+    rays.z[i] = toward.z;
+    rays.spot[i] = spot;
+    if (spot != spot) return false;
+  }
+  return true;
 }
 
 void LightShade::ShadeDistantView(const FX_D_Point& normal, const LightSource& light,
@@ -140,8 +148,21 @@ TSLightGather LightShade::Gathered(Distant distant, Point point, Spot spot) cons
   return gather;
 }
 
-FX_Double_Pixel LightShade::ShadePixelByLights(const FX_Double_Pixel& color,
-                                               const FX_D_Point& normal, double x, double y) const {
+FX_Double_Pixel LightShade::Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
+                                double dust_weight) const {
+  const auto channel = [&](double surface, double diffuse, double dust, double specular) {
+    // White at metallicity 0, the surface's own colour at 1.
+    const double tint = 1.0 + (surface - 1.0) * metallicity;
+    return surface * diffuse + dust_weight * dust + tint * specular;
+  };
+  const auto& [diffuse, specular, dust] = gather;
+  return {color.alpha, channel(color.red, diffuse.red, dust.red, specular.red),
+          channel(color.green, diffuse.green, dust.green, specular.green),
+          channel(color.blue, diffuse.blue, dust.blue, specular.blue)};
+}
+
+FX_Double_Pixel LightShade::ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal,
+                                       double x, double y) const {
   using Light = const LightSource&;
   const TSLightGather gather =
       Gathered([&](Light light, TSLightGather& g) { ShadeDistant(normal, light, g); },
