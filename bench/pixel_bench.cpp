@@ -141,6 +141,36 @@ PF_Err ForcedCalls(void* refcon, A_long x, A_long y, Pixel*, Pixel* out) {
   return err;
 }
 
+/// The least that one light's pixel takes: the forced calls in turn, with the arithmetic between
+/// them that its bits demand. The frame's constants are known, nothing is checked, nothing blurred.
+PF_Err ForcedPixel(void* refcon, A_long x, A_long y, PF_Pixel*, PF_Pixel* out) {
+  const auto& scene = *static_cast<const Scene<PF_Pixel>*>(static_cast<RIPInfo<PF_Pixel>*>(refcon));
+  const PF_ANSICallbacks& ansi = scene.inData->utils->ansi;
+  const LightSource& light = scene.lightShade->lights[0];
+  const float* const cell = FieldRow(*scene.field, std::max(y, 1)) + std::max(x, 1);
+  const double z = cell[0];
+  const double gx = (cell[-1] - z) * 4.0;
+  const double gy = (cell[-kWidth] - z) * 4.0;
+  const double inverse = 1.0 / (ansi.sqrt(gx * gx + gy * gy + z * z) + 1e-5);
+  const FX_D_Point normal{gx * inverse, gy * inverse, z * inverse};
+  const auto fixed = [](double v) { return static_cast<PF_Fixed>(v * 65536.0); };
+  const PF_Err err = scene.areaSample(scene.effectRef, fixed(x + 800.0 + normal.x * 24.0),
+                                      fixed(y + 500.0 + normal.y * 24.0), &scene.samp, out);
+  const double k = -2.0 * normal.z;
+  const double facing = Dot(normal, light.direction);
+  const double glance = -Dot({k * normal.x, k * normal.y, k * normal.z + 1.0}, light.direction);
+  const double power = glance > 0.0 ? ansi.pow(glance, 40.0) : 0.0;
+  const auto channel = [&](A_u_char& c, double diffuse, double specular) {
+    const double surface = c * (1.0 / 255.0);
+    const double lit = surface * (0.25 + facing * diffuse) + power * specular;
+    c = static_cast<A_u_char>(static_cast<int>(std::clamp(lit * 255.0, 0.0, 255.0)));
+  };
+  channel(out->red, light.diffuseColor.red, light.specularColor.red);
+  channel(out->green, light.diffuseColor.green, light.specularColor.green);
+  channel(out->blue, light.diffuseColor.blue, light.specularColor.blue);
+  return err;
+}
+
 /// All pixels of a scene.
 template <class Pixel>
 bench::MakeWork Iteration(PF_IteratePixelFunc<Pixel> function, bool stroke, int lights) {
@@ -177,6 +207,8 @@ void PairsOf(const std::string& depth) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  bench::Pair("least pixel/forced calls, 8 bit, lights 1", kPixels, bench::Ratio::kTimesItsTime,
+              Iteration(ForcedPixel, true, 1), Iteration(ForcedCalls<PF_Pixel, false>, true, 1));
   PairsOf<PF_Pixel>("8 bit");
   PairsOf<PF_Pixel16>("16 bit");
   PairsOf<PF_PixelFloat>("float");
