@@ -42,15 +42,15 @@ bool OnEdge(const Heights& h) { return h.here < 0.0 || h.left < 0.0 || h.up < 0.
 }  // namespace
 
 template <class Pixel>
-PF_Err DrawPlain(const RIPInfo<Pixel>& info, float here, float left, float up, A_long x, A_long y,
-                 Pixel* out) {
+PF_Err PlainPixel<Pixel>::Draw(const RIPInfo<Pixel>& info, float here, float left, float up,
+                               A_long x, A_long y, Pixel* out) {
   const Heights heights{here, left, up};
   return DrawFacing(info, heights, Normal(info, heights), x, y, out);
 }
 
 template <class Pixel>
-PF_Err DrawFacing(const RIPInfo<Pixel>& info, const Heights& heights, const FX_D_Point& normal,
-                  A_long x, A_long y, Pixel* out) {
+PF_Err PlainPixel<Pixel>::DrawFacing(const RIPInfo<Pixel>& info, const Heights& heights,
+                                     const FX_D_Point& normal, A_long x, A_long y, Pixel* out) {
   const double ox = normal.x * info.reflectionScale;
   const double oy = normal.y * info.reflectionScale;
 
@@ -78,8 +78,8 @@ PF_Err DrawFacing(const RIPInfo<Pixel>& info, const Heights& heights, const FX_D
 }
 
 template <class Pixel>
-void LightSample(const RIPInfo<Pixel>& info, const Heights& heights, const FX_D_Point& normal,
-                 A_long x, A_long y, Pixel* out) {
+void PlainPixel<Pixel>::LightSample(const RIPInfo<Pixel>& info, const Heights& heights,
+                                    const FX_D_Point& normal, A_long x, A_long y, Pixel* out) {
   using Traits = PixelTraits<Pixel>;
   const FX_D_Point p = OnLayer(info, x, y);
   const FX_Double_Pixel lit =
@@ -91,7 +91,7 @@ void LightSample(const RIPInfo<Pixel>& info, const Heights& heights, const FX_D_
 }
 
 template <class Pixel>
-void CoverEdge(const Heights& h, Pixel* out) {
+void PlainPixel<Pixel>::CoverEdge(const Heights& h, Pixel* out) {
   const double highest = std::max({h.here, h.left, h.up});
   const double lowest = std::min({h.here, h.left, h.up});
   out->alpha =
@@ -101,7 +101,7 @@ void CoverEdge(const Heights& h, Pixel* out) {
 template <class Pixel>
 std::span<const NamedStrokePixel<Pixel>> StrokePixels() {
   static constexpr NamedStrokePixel<Pixel> kFunctions[] = {
-    {"plain", DrawPlain<Pixel>},
+    {"plain", PlainPixel<Pixel>::Draw},
 #if defined(__x86_64__)
     {"AVX2", DrawAvx2<Pixel>},
 #endif
@@ -114,26 +114,10 @@ std::span<const NamedStrokePixel<Pixel>> StrokePixels() {
   return std::span(kFunctions).first(runnable);
 }
 
-template PF_Err DrawPlain(const RIPInfo<PF_Pixel>&, float, float, float, A_long, A_long, PF_Pixel*);
-template PF_Err DrawFacing(const RIPInfo<PF_Pixel>&, const Heights&, const FX_D_Point&, A_long,
-                           A_long, PF_Pixel*);
-template void LightSample(const RIPInfo<PF_Pixel>&, const Heights&, const FX_D_Point&, A_long,
-                          A_long, PF_Pixel*);
-template void CoverEdge(const Heights&, PF_Pixel*);
-template PF_Err DrawPlain(const RIPInfo<PF_Pixel16>&, float, float, float, A_long, A_long,
-                          PF_Pixel16*);
-template PF_Err DrawFacing(const RIPInfo<PF_Pixel16>&, const Heights&, const FX_D_Point&, A_long,
-                           A_long, PF_Pixel16*);
-template void LightSample(const RIPInfo<PF_Pixel16>&, const Heights&, const FX_D_Point&, A_long,
-                          A_long, PF_Pixel16*);
-template void CoverEdge(const Heights&, PF_Pixel16*);
-template PF_Err DrawPlain(const RIPInfo<PF_PixelFloat>&, float, float, float, A_long, A_long,
-                          PF_PixelFloat*);
-template PF_Err DrawFacing(const RIPInfo<PF_PixelFloat>&, const Heights&, const FX_D_Point&, A_long,
-                           A_long, PF_PixelFloat*);
-template void LightSample(const RIPInfo<PF_PixelFloat>&, const Heights&, const FX_D_Point&, A_long,
-                          A_long, PF_PixelFloat*);
-template void CoverEdge(const Heights&, PF_PixelFloat*);
+template struct PlainPixel<PF_Pixel>;
+template struct PlainPixel<PF_Pixel16>;
+template struct PlainPixel<PF_PixelFloat>;
+
 template std::span<const NamedStrokePixel<PF_Pixel>> StrokePixels();
 template std::span<const NamedStrokePixel<PF_Pixel16>> StrokePixels();
 template std::span<const NamedStrokePixel<PF_PixelFloat>> StrokePixels();

@@ -197,12 +197,12 @@ template <class Pixel>
 
   Sample sample;
   if (!Place(info, _mm_mul_pd(normal_xy, Two(info.reflectionScale)), x, y, sample)) [[unlikely]]
-    return DrawFacing(info, {here, left, up}, normal, x, y, out);
+    return PlainPixel<Pixel>::DrawFacing(info, {here, left, up}, normal, x, y, out);
   const PF_Err err = info.areaSample(info.effectRef, sample.x, sample.y, &sample.box, out);
   if (!Light(info, normal, x, y, out)) [[unlikely]] {
-    LightSample(info, {here, left, up}, normal, x, y, out);
+    PlainPixel<Pixel>::LightSample(info, {here, left, up}, normal, x, y, out);
   } else if (here < 0.0F || left < 0.0F || up < 0.0F) {
-    CoverEdge({here, left, up}, out);
+    PlainPixel<Pixel>::CoverEdge({here, left, up}, out);
   }
   return err;
 }

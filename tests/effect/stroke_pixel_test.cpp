@@ -108,7 +108,7 @@ TYPED_TEST_SUITE(StrokePixel, Depths);
 TYPED_TEST(StrokePixel, IsThePlainOneOnEveryUnit) {
   using Pixel = TypeParam;
   const auto functions = StrokePixels<Pixel>();
-  ASSERT_EQ(functions.front().draw, &DrawPlain<Pixel>);
+  ASSERT_EQ(functions.front().draw, &PlainPixel<Pixel>::Draw);
   PF_UtilCallbacks utils{};
   utils.ansi.sqrt = std::sqrt;
   utils.ansi.pow = ToldPow;
