@@ -137,9 +137,8 @@ TYPED_TEST(StrokePixel, IsThePlainOneOnEveryUnit) {
     info.areaSample = Sampler<Pixel>;
     g_sampled = {n.Float(0, 1), n.Float(0, 1), n.Float(0, 2), n.Float(-1, 1)};
     g_sample_err = round % 9 == 0 ? 5 : 0;
-    const float here = n.Float(-0.3, 2);
-    const float left = here + n.Float(-0.5, 0.5);
-    const float up = here + n.Float(-0.5, 0.5);
+    float heights[]{n.Float(-0.3, 2), n.Float(-0.3, 2), n.Float(-0.3, 2)};
+    if (round % 3 == 1) heights[n.random() % 3] = 0.0F;  // on the edge, and yet not outside
     const auto x = static_cast<A_long>(n.random() % 400);
     const auto y = static_cast<A_long>(n.random() % 400);
 
@@ -152,7 +151,7 @@ TYPED_TEST(StrokePixel, IsThePlainOneOnEveryUnit) {
     const auto draw = [&](StrokePixelFunc<Pixel> function, PF_Err& err) {
       g_asked.clear();
       Pixel out{7, 7, 7, 7};
-      err = function(info, here, left, up, x, y, &out);
+      err = function(info, heights[0], heights[1], heights[2], x, y, &out);
       return out;
     };
     PF_Err expected_err = 0;
