@@ -16,15 +16,16 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/presets DESTINATION ${CMAKE_INSTALL_DATA
 if(NOT VORLIN_SANITIZE)
   set(VORLIN_PAGES ${PROJECT_BINARY_DIR}/pages)
   add_custom_command(
-    OUTPUT ${VORLIN_PAGES}/vorlin.1
+    OUTPUT ${VORLIN_PAGES}/vorlin.1.gz
     COMMAND ${CMAKE_COMMAND} -E make_directory ${VORLIN_PAGES}
     COMMAND vorlin man > ${VORLIN_PAGES}/vorlin.1
+    COMMAND gzip -9nf ${VORLIN_PAGES}/vorlin.1
     COMMAND vorlin completion bash > ${VORLIN_PAGES}/vorlin
     COMMAND vorlin completion zsh > ${VORLIN_PAGES}/_vorlin
     COMMAND vorlin completion fish > ${VORLIN_PAGES}/vorlin.fish
     DEPENDS vorlin vorlin_effect)
-  add_custom_target(pages ALL DEPENDS ${VORLIN_PAGES}/vorlin.1)
-  install(FILES ${VORLIN_PAGES}/vorlin.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  add_custom_target(pages ALL DEPENDS ${VORLIN_PAGES}/vorlin.1.gz)
+  install(FILES ${VORLIN_PAGES}/vorlin.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   set(data ${CMAKE_INSTALL_DATADIR})
   install(FILES ${VORLIN_PAGES}/vorlin DESTINATION ${data}/bash-completion/completions)
   install(FILES ${VORLIN_PAGES}/vorlin.fish DESTINATION ${data}/fish/vendor_completions.d)

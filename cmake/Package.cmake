@@ -16,3 +16,16 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ffmpeg")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_THREADS 0)
 include(CPack)
+
+# What Debian wants to be told of every package.
+file(STRINGS cmake/debian/changelog VORLIN_LATEST LIMIT_COUNT 1)
+if(NOT VORLIN_LATEST MATCHES "^vorlin \\(${PROJECT_VERSION}\\)")
+  message(FATAL_ERROR "cmake/debian/changelog does not begin with release ${PROJECT_VERSION}")
+endif()
+set(VORLIN_CHANGELOG ${PROJECT_BINARY_DIR}/changelog.gz)
+add_custom_command(
+  OUTPUT ${VORLIN_CHANGELOG}
+  COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/cmake/debian/changelog > ${VORLIN_CHANGELOG}
+  DEPENDS ${PROJECT_SOURCE_DIR}/cmake/debian/changelog)
+add_custom_target(changelog ALL DEPENDS ${VORLIN_CHANGELOG})
+install(FILES cmake/debian/copyright ${VORLIN_CHANGELOG} DESTINATION ${CMAKE_INSTALL_DOCDIR})
