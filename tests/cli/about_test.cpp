@@ -1,6 +1,4 @@
 // The commands that tell about the effect and its scenes.
-#include <json/json.h>
-
 #include <map>
 
 #include "hosting/controls.h"
@@ -14,13 +12,7 @@ using About = InSceneFolder;
 Json::Value RunForJson(const std::vector<std::string>& arguments) {
   const RunResult result = RunVorlin(arguments);
   EXPECT_EQ(result.exit_code, 0) << result.err;
-  Json::Value value;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  EXPECT_TRUE(
-      reader->parse(result.out.data(), result.out.data() + result.out.size(), &value, &errors))
-      << errors;
-  return value;
+  return Parsed(result.out);
 }
 
 /// The controls that are greyed, by name.
@@ -85,11 +77,8 @@ TEST_F(About, ChecksJudgeWithoutRendering) {
   EXPECT_EQ(good.exit_code, 0);
   EXPECT_EQ(good.out, "scene.json: good: 64 x 36 pixels, 4 frames at 10 a second, 0 lights\n");
   WriteText("bad.json", R"({"layer": "plate.png", "duration": 1, "controls": {"Densty": 4}})");
-  const RunResult bad = RunVorlin({"check", "bad.json"});
-  EXPECT_EQ(bad.exit_code, 2);
-  EXPECT_EQ(
-      bad.err,
-      "vorlin: error: bad.json:1:52: unknown control \"Densty\"; did you mean \"Density\"?\n");
+  ExpectRefused({"check", "bad.json"}, 2,
+                "bad.json:1:52: unknown control \"Densty\"; did you mean \"Density\"?\n");
   EXPECT_EQ(RunVorlin({"about"}).out, TheEffect().About() + "\n");
 }
 

@@ -7,9 +7,8 @@ namespace {
 using Presets = InSceneFolder;
 
 TEST_F(Presets, AreFoundByNameAndLaidOverTheScene) {
-  const RunResult unknown = RunVorlin({"render", "scene.json", "--preset", "hony", "-o", "a.png"});
-  EXPECT_EQ(unknown.exit_code, 2);
-  EXPECT_EQ(unknown.err, "vorlin: error: there is no preset \"hony\"; did you mean \"honey\"?\n");
+  ExpectRefused({"render", "scene.json", "--preset", "hony", "-o", "a.png"}, 2,
+                "there is no preset \"hony\"; did you mean \"honey\"?\n");
 
   std::set<std::string> pictures;
   for (const char* name : {"glass-thread", "honey", "ink", "lava", "mercury", "neon"}) {
@@ -22,8 +21,8 @@ TEST_F(Presets, AreFoundByNameAndLaidOverTheScene) {
 
   // A file of one's own goes before a look of that name.
   WriteText("honey", R"({"controls": {"Densty": 1}})");
-  EXPECT_EQ(RunVorlin({"render", "scene.json", "--preset", "honey", "-o", "b.png"}).err,
-            "vorlin: error: honey:1:15: unknown control \"Densty\"; did you mean \"Density\"?\n");
+  ExpectRefused({"render", "scene.json", "--preset", "honey", "-o", "b.png"}, 2,
+                "honey:1:15: unknown control \"Densty\"; did you mean \"Density\"?\n");
 }
 
 }  // namespace

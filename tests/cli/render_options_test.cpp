@@ -26,14 +26,10 @@ class RenderOptions : public InSceneFolder {
 TEST_F(RenderOptions, ExistingPicturesAreKeptUnlessToldOtherwise) {
   WriteText("o.0002.png", "mine");
   for (const char* flag : {"--no-overwrite", "--keep-going"}) {
-    const RunResult refused = Render({"-o", "o.png", flag});
-    EXPECT_EQ(refused.exit_code, 3);
-    EXPECT_EQ(
-        refused.err,
-        "vorlin: error: \"o.0002.png\" is already there; -y replaces it, --skip-existing keeps "
-        "what is up to date\n");
+    ExpectRefused({"render", "scene.json", "-q", "-o", "o.png", flag}, 3,
+                  "\"o.0002.png\" is already there; -y replaces it, --skip-existing keeps "
+                  "what is up to date\n");
   }
-  EXPECT_EQ(Entries(), With({"o.0002.png"}));
   EXPECT_EQ(Render({"-o", "o.png", "-y"}).exit_code, 0);
   EXPECT_NE(ReadAll("o.0002.png"), "mine");
 }
@@ -106,15 +102,8 @@ TEST_F(RenderOptions, RegionsAreCropsAndDownsamplingReduces) {
   const hosting::World part = Picture({"--region", "20,10,30,15"});
   ASSERT_EQ(part.width(), 30);
   ASSERT_EQ(part.height(), 15);
-  int visible = 0;
-  for (int y = 0; y < 15; ++y) {
-    for (int x = 0; x < 30; ++x) {
-      const PF_Pixel& p = part.Row<PF_Pixel>(y)[x];
-      if (p.alpha > 0) ++visible;
-      EXPECT_TRUE(Same(p, full.Row<PF_Pixel>(y + 10)[x + 20])) << x << " " << y;
-    }
-  }
-  EXPECT_GT(visible, 10);
+  EXPECT_EQ(DifferentPixels(part, full, 20, 10), 0);
+  EXPECT_GT(DifferentPixels(part, hosting::World(30, 15, hosting::Depth::k8)), 10);  // drawn
   for (const char* factor : {"1/2", "2", "0.5"}) {
     EXPECT_EQ(Picture({"--downsample", factor}).width(), 32) << factor;
   }
@@ -127,17 +116,8 @@ TEST_F(RenderOptions, SettingsAndPresetsLieOverTheScene) {
       Picture({"--set", "Stroke Width=7", "--set", "Light Color=#ff0000"});
   const hosting::World by_preset = Picture({"--preset", "preset.json"});
   const hosting::World thin = Picture({"--preset", "preset.json", "--set", "Stroke Width=1"});
-  int same = 0;
-  int different = 0;
-  for (int y = 0; y < 36; ++y) {
-    for (int x = 0; x < 64; ++x) {
-      const PF_Pixel& p = by_settings.Row<PF_Pixel>(y)[x];
-      same += Same(p, by_preset.Row<PF_Pixel>(y)[x]) ? 1 : 0;
-      different += Same(p, thin.Row<PF_Pixel>(y)[x]) ? 0 : 1;
-    }
-  }
-  EXPECT_EQ(same, 64 * 36);
-  EXPECT_GT(different, 20);
+  EXPECT_EQ(DifferentPixels(by_settings, by_preset), 0);
+  EXPECT_GT(DifferentPixels(by_settings, thin), 20);
 }
 
 TEST_F(RenderOptions, BackdropsLieUnderTheStroke) {
@@ -148,9 +128,7 @@ TEST_F(RenderOptions, BackdropsLieUnderTheStroke) {
   EXPECT_TRUE(Same(checker.Row<PF_Pixel>(0)[16], {255, 102, 102, 102}));
   const hosting::World layer = Picture({"--over", "layer"});
   const hosting::World file = Picture({"--over", "plate.png"});
-  for (int x = 0; x < 64; ++x) {
-    EXPECT_TRUE(Same(layer.Row<PF_Pixel>(18)[x], file.Row<PF_Pixel>(18)[x]));
-  }
+  EXPECT_EQ(DifferentPixels(layer, file), 0);
 }
 
 TEST_F(RenderOptions, KeepGoingLeavesOutOnlyWhatFails) {
@@ -183,14 +161,10 @@ TEST_F(RenderOptions, AreRefusedInOneLine) {
       {{"--time", "soon"}, "time: expected seconds as 1.25s, found \"soon\""},
       {{"--time", "1", "-F", "1"}, "--frames excludes --time"},
   };
-  const std::set<std::string> before = Entries();
   for (const Case& c : cases) {
-    std::vector<std::string> arguments{"-o", "o.png"};
+    std::vector<std::string> arguments{"render", "scene.json", "-q", "-o", "o.png"};
     arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-    const RunResult result = Render(arguments);
-    EXPECT_EQ(result.exit_code, 2) << result.err;
-    EXPECT_EQ(result.err.find(std::string("vorlin: error: ") + c.message), 0U) << result.err;
-    EXPECT_EQ(Entries(), before);
+    ExpectRefused(arguments, 2, c.message);
   }
 }
 

@@ -1,5 +1,4 @@
 // Processes that render, and movies.
-#include <json/json.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,23 +22,7 @@ class RenderRuns : public InSceneFolder {
     more.insert(more.begin(), {"render", "scene.json", "-y"});
     return RunVorlin(more);
   }
-
-  /// A scene whose every frame takes longer than any test.
-  static void WriteSlowScene() {
-    WriteText("slow.json", R"json({"duration": 3000, "controls":
-      {"Brush Position": {"keys": [{"time": 0, "value": [0, 0]},
-                                   {"time": 3000, "value": [900, 500]}]},
-       "Density": 200, "Time Span (sec)": 3000, "Stroke Width": 1000},
-       "layer": ")json" SCENES R"json(/dusk.jpg"})json");
-  }
 };
-
-Json::Value Parsed(const std::string& text) {
-  Json::Value json;
-  std::istringstream stream(text);
-  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &json, nullptr)) << text;
-  return json;
-}
 
 /// What a command of the shell prints, without its last line break.
 std::string Printed(const std::string& command) {

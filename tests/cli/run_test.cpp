@@ -1,6 +1,5 @@
 // The built program, run as its users run it.
 #include <algorithm>
-#include <array>
 #include <csignal>
 
 #include "picture_file.h"
@@ -16,7 +15,6 @@ TEST_F(Runs, FailInOneLineAndLeaveNothing) {
   WriteText("unknown.json", R"({"layer": "plate.png", "duration": 1, "controls": {"Densty": 1}})");
   WriteText("unreadable.json", R"({"layer": "a_file", "duration": 1})");
   std::filesystem::create_directory("folder.png");
-  const std::set<std::string> before = Entries();
   struct Case {
     std::vector<std::string> arguments;
     int exit_code;
@@ -55,14 +53,7 @@ TEST_F(Runs, FailInOneLineAndLeaveNothing) {
        "render has no option \"--dpeth\"; did you mean \"--depth\"?"},
       {{"sheet", "o.####.png", "-o", "s.png"}, 3, "there is no picture \"o.####.png\""},
   };
-  for (const Case& c : cases) {
-    const RunResult result = RunVorlin(c.arguments);
-    EXPECT_EQ(result.exit_code, c.exit_code) << result.err;
-    EXPECT_EQ(result.err.find(std::string("vorlin: error: ") + c.message), 0U) << result.err;
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(Entries(), before);
-  }
+  for (const Case& c : cases) ExpectRefused(c.arguments, c.exit_code, c.message);
 }
 
 TEST_F(Runs, LeaveExactlyTheirFrames) {
@@ -104,17 +95,9 @@ TEST_F(Runs, MakeLabelledSheetsOfScenes) {
       0);
   const hosting::World frame = ReadPicture("o.png").ToWorld(hosting::Depth::k8);
   const hosting::World cells = ReadPicture("s.png").ToWorld(hosting::Depth::k8);
-  const auto at = [](const hosting::World& world, int x, int y) {
-    const PF_Pixel pixel = world.Row<PF_Pixel>(y)[x];
-    return std::array{pixel.alpha, pixel.red, pixel.green, pixel.blue};
-  };
-  int different = 0;
-  for (int y = 0; y < 36; ++y) {
-    for (int x = 0; x < 64; ++x) different += at(cells, 80 + x, 8 + y) != at(frame, x, y);
-  }
-  EXPECT_EQ(different, 0);
+  EXPECT_EQ(DifferentPixels(frame, cells, 8 + 64 + 8, 8), 0);
   int ink = 0;
-  for (int x = 0; x < cells.width(); ++x) ink += at(cells, x, 8 + 36 + 6)[1] > 200;
+  for (int x = 0; x < cells.width(); ++x) ink += cells.Row<PF_Pixel>(8 + 36 + 6)[x].red > 200;
   EXPECT_GT(ink, 5);
 
   EXPECT_EQ(with({"-o", "s.png"}).exit_code, 3);  // it is already there
@@ -165,11 +148,7 @@ TEST_F(Runs, TraceTheCallsOfTheirFrames) {
 }
 
 TEST_F(Runs, StopAtASignalWithoutPartialFiles) {
-  // Every one of 90000 slices covers the whole picture: far longer than the signal takes to come.
-  WriteText("slow.json", R"json({"duration": 3000, "controls":
-    {"Brush Position": {"keys": [{"time": 0, "value": [0, 0]}, {"time": 3000, "value": [900, 500]}]},
-     "Density": 200, "Time Span (sec)": 3000, "Stroke Width": 1000},
-     "layer": ")json" SCENES R"json(/dusk.jpg"})json");
+  WriteSlowScene();
   const std::vector<std::string> run{"render", "slow.json", "-o",    "o.png", "-F",
                                      "89999",  "--trace",   "t.txt", "-q"};
   for (const int signal : {SIGINT, SIGTERM}) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <thread>
 
 #include "picture_file.h"
@@ -46,6 +47,27 @@ std::string ReadAll(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+Json::Value Parsed(const std::string& text) {
+  Json::Value json;
+  std::istringstream stream(text);
+  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &json, nullptr)) << text;
+  return json;
+}
+
+int DifferentPixels(const hosting::World& part, const hosting::World& whole, int left, int top) {
+  int different = 0;
+  for (int y = 0; y < part.height(); ++y) {
+    for (int x = 0; x < part.width(); ++x) {
+      const PF_Pixel& p = part.Row<PF_Pixel>(y)[x];
+      const PF_Pixel& w = whole.Row<PF_Pixel>(y + top)[x + left];
+      const bool same =
+          p.alpha == w.alpha && p.red == w.red && p.green == w.green && p.blue == w.blue;
+      different += same ? 0 : 1;
+    }
+  }
+  return different;
+}
+
 void WritePlate(const std::string& name) {
   hosting::World world(64, 36, hosting::Depth::k8);
   for (int y = 0; y < world.height(); ++y) {
@@ -72,6 +94,24 @@ InSceneFolder::InSceneFolder() {
 std::set<std::string> InSceneFolder::With(std::set<std::string> more) {
   more.insert({"plate.png", "scene.json", "a_file"});
   return more;
+}
+
+void InSceneFolder::WriteSlowScene() {
+  WriteText("slow.json", R"json({"duration": 3000, "controls":
+    {"Brush Position": {"keys": [{"time": 0, "value": [0, 0]}, {"time": 3000, "value": [900, 500]}]},
+     "Density": 200, "Time Span (sec)": 3000, "Stroke Width": 1000},
+     "layer": ")json" SCENES R"json(/dusk.jpg"})json");
+}
+
+void InSceneFolder::ExpectRefused(const std::vector<std::string>& arguments, int exit_code,
+                                  const std::string& message) {
+  const std::set<std::string> before = Entries();
+  const RunResult result = RunVorlin(arguments);
+  EXPECT_EQ(result.exit_code, exit_code) << result.err;
+  EXPECT_EQ(result.err.find("vorlin: error: " + message), 0U) << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(Entries(), before);
 }
 
 const hosting::Effect& TheEffect() {

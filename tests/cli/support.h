@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <json/json.h>
 
 #include <filesystem>
 #include <set>
@@ -10,6 +11,7 @@
 
 #include "errors.h"
 #include "hosting/effect.h"
+#include "hosting/world.h"
 
 namespace cli {
 
@@ -30,6 +32,13 @@ class InFolder : public testing::Test {
 void WriteText(const std::filesystem::path& path, std::string_view text);
 std::string ReadAll(const std::filesystem::path& path);
 
+/// The one JSON value that a text is.
+Json::Value Parsed(const std::string& text);
+
+/// How many pixels of `part` are not those of `whole` that lie (left, top) further; both of 8 bits.
+int DifferentPixels(const hosting::World& part, const hosting::World& whole, int left = 0,
+                    int top = 0);
+
 /// A small opaque PNG, 64 x 36 pixels, in the current folder.
 void WritePlate(const std::string& name);
 
@@ -39,6 +48,13 @@ class InSceneFolder : public InFolder {
   InSceneFolder();
   /// Names of these files and more.
   static std::set<std::string> With(std::set<std::string> more);
+  /// Writes slow.json, of 90000 frames. Every slice of its last ones covers the whole picture: they
+  /// take far longer than any test.
+  static void WriteSlowScene();
+  /// Expects the program to end with this code, one line that begins with "vorlin: error: " and the
+  /// message, nothing printed and nothing left.
+  static void ExpectRefused(const std::vector<std::string>& arguments, int exit_code,
+                            const std::string& message);
 };
 
 const hosting::Effect& TheEffect();
