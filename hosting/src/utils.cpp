@@ -7,6 +7,8 @@
 namespace hosting {
 namespace {
 
+constexpr std::size_t kWorthSharing = 1 << 20;  // bytes that take longer than to wake a thread
+
 PF_LRect Clipped(const PF_Rect* rect, const PF_EffectWorld& world) {
   const PF_LRect all{0, 0, world.width, world.height};
   if (rect == nullptr) return all;
@@ -37,17 +39,23 @@ PF_Err Fill(PF_ProgPtr effect_ref, const PF_Pixel* color, const PF_Rect* rect,
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   if (color != nullptr && ours->depth() != Depth::k8) return PF_Err_BAD_CALLBACK_PARAM;
-  if (area.left >= area.right) return PF_Err_NONE;
+  if (area.left >= area.right || area.top >= area.bottom) return PF_Err_NONE;
   const std::size_t size = PixelSize(ours->depth());
   const auto columns = static_cast<std::size_t>(area.right - area.left);
-  for (A_long y = area.top; y < area.bottom; ++y) {
+  const auto rows = static_cast<std::size_t>(area.bottom - area.top);
+  const auto fill_row = [&](int y) -> PF_Err {
     if (color == nullptr) {
       std::memset(Row<char>(*world, y) + static_cast<std::size_t>(area.left) * size, 0,
                   columns * size);
     } else {
       std::fill_n(Row<PF_Pixel>(*world, y) + area.left, columns, *color);
     }
+    return PF_Err_NONE;
+  };
+  if (command->workers != nullptr && rows * columns * size >= kWorthSharing) {
+    return ForEachRow(*command->workers, area.top, area.bottom, fill_row, [](int) { return 0; });
   }
+  for (A_long y = area.top; y < area.bottom; ++y) fill_row(y);
   return PF_Err_NONE;
 }
 

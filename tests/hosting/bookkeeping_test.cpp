@@ -219,6 +219,36 @@ TEST(Utilities, FillOnlyWhatIsAsked) {
   }
 }
 
+TEST(Utilities, FillLargeWorldsOnAllThreads) {
+  for (const int threads : {1, 3}) {
+    Provoke(
+        [](const Commanded& c) -> PF_Err {
+          const auto& worlds = Acquire<PF_WorldSuite2>(c, kPFWorldSuite, 2);
+          PF_EffectWorld world{};
+          EXPECT_EQ(
+              worlds.PF_NewWorld(c.in->effect_ref, 701, 600, 0, PF_PixelFormat_ARGB32, &world), 0);
+          const PF_Pixel color{4, 3, 2, 1};
+          const PF_Rect inner{1, 2, 700, 599};
+          EXPECT_EQ(c.in->utils->fill(c.in->effect_ref, nullptr, nullptr, &world), 0);
+          EXPECT_EQ(c.in->utils->fill(c.in->effect_ref, &color, &inner, &world), 0);
+          int wrong = 0;
+          for (int y = 0; y < 600; ++y) {
+            const auto* const row = reinterpret_cast<const PF_Pixel*>(
+                reinterpret_cast<const char*>(world.data) + y * world.rowbytes);
+            for (int x = 0; x < 701; ++x) {
+              const bool inside = x >= 1 && x < 700 && y >= 2 && y < 599;
+              if (row[x].alpha != (inside ? 4 : 0) || row[x].blue != (inside ? 1 : 0)) ++wrong;
+            }
+          }
+          EXPECT_EQ(wrong, 0);
+          EXPECT_EQ(worlds.PF_DisposeWorld(c.in->effect_ref, &world), 0);
+          Release(c, kPFWorldSuite, 2);
+          return c.in->utils->fill(c.in->effect_ref, nullptr, nullptr, c.output);
+        },
+        [&](Scene&, RenderOptions& o) { o.threads = threads; });
+  }
+}
+
 TEST(Utilities, IterateOverAnAreaWithASource) {
   for (const int threads : {1, 4}) {
     std::vector<A_long> reported;

@@ -23,6 +23,27 @@ TEST(Track, HoldsBeforeBetweenAndAfter) {
   for (const auto& c : cases) EXPECT_EQ(track.At(c.seconds), c.value) << c.seconds;
 }
 
+TEST(Track, FindsKeysHoweverTheyAreSpaced) {
+  const std::pair<const char*, double (*)(int)> spacings[]{
+      {"frames", [](int i) { return i / 29.97; }},
+      {"thirds", [](int i) { return -5 + i / 3.0; }},
+      {"ever closer", [](int i) { return 10 - 10.0 / (1 + i); }},
+      {"ever wider", [](int i) { return std::exp(i * 0.7); }},
+      {"as far as numbers reach", [](int i) { return (i - 50) * 3.5e306; }}};
+  for (const auto& [name, time] : spacings) {
+    Keys keys;
+    for (int i = 0; i <= 100; ++i)
+      keys.push_back({.seconds = time(i), .value = 1.0 * i, .hold = true});
+    const Track<double> track(keys);
+    for (int i = 0; i <= 100; ++i) {
+      const double at = keys[static_cast<std::size_t>(i)].seconds;
+      EXPECT_EQ(track.At(at), i) << name;
+      EXPECT_EQ(track.At(std::nextafter(at, -HUGE_VAL)), std::max(i - 1, 0)) << name;
+      EXPECT_EQ(track.At(std::nextafter(at, HUGE_VAL)), i) << name;
+    }
+  }
+}
+
 /// t in 0..1 -> progress between two keys.
 double Eased(Handle out, Handle in, double t) {
   return Track<double>(

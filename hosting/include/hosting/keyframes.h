@@ -62,6 +62,8 @@ class Track {
   const std::vector<Key<Value>>& keys() const { return keys_; }
 
  private:
+  std::size_t After(double seconds) const;
+
   std::vector<Key<Value>> keys_;
   // For points, the path from each key to the next; null where it is straight.
   std::vector<std::shared_ptr<const MotionPath>> paths_;
@@ -92,19 +94,37 @@ Track<Value>::Track(std::vector<Key<Value>> keys) : keys_(std::move(keys)) {
   }
 }
 
+/// The first key after a time, or as many as there are keys. Keys of a recorded brush are evenly
+/// spaced, one a frame, and found where they must be; others are searched for.
 template <class Value>
-Value Track<Value>::At(double seconds) const {
+std::size_t Track<Value>::After(double seconds) const {
+  const std::size_t last = keys_.size() - 1;
+  const double first_time = keys_.front().seconds;
+  const double last_time = keys_.back().seconds;
+  const double share = (seconds - first_time) / (last_time - first_time);
+  if (share >= 0 && share <= 1) {
+    const auto near = static_cast<std::size_t>(share * static_cast<double>(last));
+    for (std::size_t i = std::max<std::size_t>(near, 1); i <= std::min(near + 2, last); ++i) {
+      if (keys_[i - 1].seconds <= seconds && seconds < keys_[i].seconds) return i;
+    }
+  }
   const auto after =
       std::upper_bound(keys_.begin(), keys_.end(), seconds,
                        [](double t, const Key<Value>& key) { return t < key.seconds; });
-  if (after == keys_.begin()) return keys_.front().value;
-  const Key<Value>& from = *(after - 1);
-  if (after == keys_.end() || from.hold) return from.value;
-  const Key<Value>& to = *after;
+  return static_cast<std::size_t>(after - keys_.begin());
+}
+
+template <class Value>
+Value Track<Value>::At(double seconds) const {
+  const std::size_t after = After(seconds);
+  if (after == 0) return keys_.front().value;
+  const Key<Value>& from = keys_[after - 1];
+  if (after == keys_.size() || from.hold) return from.value;
+  const Key<Value>& to = keys_[after];
   const double t = (seconds - from.seconds) / (to.seconds - from.seconds);
   const double progress = EasedProgress(from.out, to.in, t);
   if constexpr (std::is_same_v<Value, Point>) {
-    const auto& path = paths_[static_cast<std::size_t>(after - keys_.begin()) - 1];
+    const auto& path = paths_[after - 1];
     if (path) return path->At(progress);
   }
   return Blend(from.value, to.value, progress);
