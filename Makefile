@@ -41,7 +41,7 @@ test: build
 
 # Ratios to references that are measured in the same run; the machine should be idle. The results stay
 # in build/<preset>/bench/*.json, for bench/compare.py.
-BENCH_ARGS ?= --benchmark_counters_tabular=true --benchmark_min_time=0.3
+BENCH_ARGS ?= --benchmark_counters_tabular=true --benchmark_min_time=1
 BENCHES := splat_bench pixel_bench sampler_bench frame_bench read_bench
 bench: | deps
 	@tools/install-deps bench

@@ -34,7 +34,7 @@ void Pair(const std::string& name, int items, Ratio ratio, MakeWork subject, Mak
       ones.push_back(Seconds(one));
       ratios.push_back(ratio == Ratio::kTimesFaster ? others.back() / ones.back()
                                                     : ones.back() / others.back());
-      state.SetIterationTime(ones.back());
+      state.SetIterationTime(ones.back() + others.back());
     }
     state.counters["ratio"] = Median(ratios);
     state.counters["ns"] = Median(ones) / items * 1e9;

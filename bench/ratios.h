@@ -20,7 +20,7 @@ enum class Ratio {
 
 /// Registers a benchmark whose every iteration runs the reference and the subject once each. They
 /// meet the same moods of the machine in this way. Counters: `ratio`, the median of the iterations'
-/// ratios, and the median nanoseconds an item of both.
+/// ratios, and the median nanoseconds an item of both. Its time is that of both together.
 void Pair(const std::string& name, int items, Ratio ratio, MakeWork subject, MakeWork reference);
 
 /// Runs what the arguments select. Returns the exit code.

@@ -137,7 +137,9 @@ class LightShade {
   double metallicity = 1.0;  // how far the highlight takes the surface colour
   double smoothness = 50.0;  // specular exponent
   PF_InData* inData;
-  std::array<LightSource, kMaxLights> lights;  // valid up to numLights, in order of addition
+  // Valid up to numLights, in order of addition. Changed only by the operations above: the rays are
+  // kept beside.
+  std::array<LightSource, kMaxLights> lights;
   FX_Double_Pixel ambientLight{};
   bool hasAmbient = false;
   std::uint16_t numLights = 0;
@@ -161,6 +163,7 @@ class LightShade {
   bool dusty_ = false;
   bool only_distant_ = true;
   LightRays distant_rays_{};
+  static_assert(LightRays::kCapacity % 4 == 0 && LightRays::kCapacity >= kMaxLights);
 };
 
 }  // namespace vorlin

@@ -20,7 +20,9 @@ struct NamedStrokePixel {
 };
 
 /// The functions that this processor runs, the plain one first and the fastest last. All give the
-/// same bytes.
+/// same bytes, save which NaN a float channel holds, and make the same calls of the host; but
+/// vector units take the square roots of all lights before the first power, and those of a pixel
+/// with numbers that are none twice.
 template <class Pixel>
 std::span<const NamedStrokePixel<Pixel>> StrokePixels();
 

@@ -159,13 +159,14 @@ VORLIN_AVX2 bool Light(const RIPInfo<Pixel>& info, const FX_D_Point& n, A_long x
     const __m256d added = Product(Four(weight), ColorAt(model.lights[i].diffuseColor));
     diffuse = Sum(diffuse, _mm256_and_pd(lit, added));
   }
-  // An infinite cosine times the colour's alpha, 0, is no number. Others leave black dust black.
+  // The colours' alphas are 0: this one is no number if a weight is infinite, and then black dust
+  // is no number either.
   const double alpha = _mm256_cvtsd_f64(diffuse);
   if (alpha != alpha) [[unlikely]]
     return false;
 
   const __m256d one = Four(1.0);
-  const __m256d dust = _mm256_setzero_pd();
+  const __m256d dust = _mm256_setzero_pd();  // black; it makes 0 of -0
   const __m256d surface = Unit(out);
   const __m256d dull = Sum(Product(surface, diffuse), dust);
   const __m256d tint = Sum(one, Product(_mm256_sub_pd(surface, one), Four(model.metallicity)));
