@@ -123,42 +123,70 @@ VORLIN_AVX2 __m256d Cosines(const __m256d (&direction)[3], const LightRays& rays
              Product(direction[2], _mm256_loadu_pd(rays.z + i)));
 }
 
+/// The lights as a pixel meets them.
+struct LightsHere {
+  VORLIN_AVX2 LightsHere(const LightShade& m, const LightRays& r) : model(m), rays(r) {}
+
+  const LightShade& model;
+  const LightRays& rays;
+  const bool has_cones = !model.HasOnlyDistantLights();  // else every spot factor is 1
+  // Set for the model's lights only.
+  double facing[LightRays::kCapacity];        // cosines of the normal and each light's ray
+  double minus_glance[LightRays::kCapacity];  // the mirrored viewing ray's, negative
+};
+
+VORLIN_AVX2 void FindCosines(LightsHere& lights, const FX_D_Point& n) {
+  const double k = -2.0 * n.z;
+  const __m256d normal[3]{Four(n.x), Four(n.y), Four(n.z)};
+  const __m256d mirrored[3]{Four(k * n.x), Four(k * n.y), Four(k * n.z + 1.0)};
+  for (std::size_t i = 0; i < lights.model.numLights; i += 4) {
+    _mm256_storeu_pd(lights.facing + i, Cosines(normal, lights.rays, i));
+    _mm256_storeu_pd(lights.minus_glance + i, Cosines(mirrored, lights.rays, i));
+  }
+}
+
+VORLIN_AVX2 __m256d Diffuse(const LightsHere& lights) {
+  __m256d sum = ColorAt(lights.model.ambientLight);
+  for (std::size_t i = 0; i < lights.model.numLights; ++i) {
+    const double d = lights.facing[i];
+    const __m256d lit = _mm256_cmp_pd(Four(d), _mm256_setzero_pd(), _CMP_GT_OQ);
+    const double weight = lights.has_cones ? lights.rays.spot[i] * d : d;
+    const __m256d added = Product(Four(weight), ColorAt(lights.model.lights[i].diffuseColor));
+    sum = Sum(sum, _mm256_and_pd(lit, added));
+  }
+  return sum;
+}
+
+VORLIN_AVX2 __m256d Specular(const LightsHere& lights) {
+  const LightShade& model = lights.model;
+  __m256d sum = _mm256_setzero_pd();
+  for (std::size_t i = 0; i < model.numLights; ++i) {
+    if (!(lights.minus_glance[i] < 0.0)) continue;
+    double power = model.inData->utils->ansi.pow(-lights.minus_glance[i], model.smoothness);
+    if (lights.has_cones) [[unlikely]]
+      power *= lights.rays.spot[i];
+    sum = Sum(sum, Product(Four(power), ColorAt(model.lights[i].specularColor)));
+  }
+  return sum;
+}
+
 /// Lights the sample in out. False where a light adds what is no number, perhaps black dust: then
 /// out is as it was.
 template <class Pixel>
-VORLIN_AVX2 bool Light(const RIPInfo<Pixel>& info, const FX_D_Point& n, A_long x, A_long y,
+VORLIN_AVX2 bool Light(const RIPInfo<Pixel>& info, const FX_D_Point& normal, A_long x, A_long y,
                        Pixel* out) {
   const LightShade& model = *info.lightShade;
   if (model.IsDusty()) [[unlikely]]
     return false;
-  const LightRays* rays = &model.DistantRays();
   LightRays rays_here;
-  const bool cones = !model.HasOnlyDistantLights();  // else all of them are 1
-  if (cones) [[unlikely]] {
-    rays = &rays_here;
+  const bool distant = model.HasOnlyDistantLights();
+  if (!distant) [[unlikely]] {
     const FX_D_Point p = OnLayer(info, x, y);
     if (!model.RaysTo(p.x, p.y, rays_here)) return false;
   }
-
-  double facing[LightRays::kCapacity];  // cosines of the normal and each light
-  double
-      minus_glance[LightRays::kCapacity];  // negative, of the mirrored viewing ray and each light
-  const double k = -2.0 * n.z;
-  const __m256d normal[3]{Four(n.x), Four(n.y), Four(n.z)};
-  const __m256d mirrored[3]{Four(k * n.x), Four(k * n.y), Four(k * n.z + 1.0)};
-  const std::size_t count = model.numLights;
-  for (std::size_t i = 0; i < count; i += 4) {
-    _mm256_storeu_pd(facing + i, Cosines(normal, *rays, i));
-    _mm256_storeu_pd(minus_glance + i, Cosines(mirrored, *rays, i));
-  }
-
-  __m256d diffuse = ColorAt(model.ambientLight);
-  for (std::size_t i = 0; i < count; ++i) {
-    const __m256d lit = _mm256_cmp_pd(Four(facing[i]), _mm256_setzero_pd(), _CMP_GT_OQ);
-    const double weight = cones ? rays->spot[i] * facing[i] : facing[i];
-    const __m256d added = Product(Four(weight), ColorAt(model.lights[i].diffuseColor));
-    diffuse = Sum(diffuse, _mm256_and_pd(lit, added));
-  }
+  LightsHere lights(model, distant ? model.DistantRays() : rays_here);
+  FindCosines(lights, normal);
+  const __m256d diffuse = Diffuse(lights);
   // The colours' alphas are 0: this one is no number if a weight is infinite, and then black dust
   // is no number either.
   const double alpha = _mm256_cvtsd_f64(diffuse);
@@ -170,15 +198,7 @@ VORLIN_AVX2 bool Light(const RIPInfo<Pixel>& info, const FX_D_Point& n, A_long x
   const __m256d surface = Unit(out);
   const __m256d dull = Sum(Product(surface, diffuse), dust);
   const __m256d tint = Sum(one, Product(_mm256_sub_pd(surface, one), Four(model.metallicity)));
-  __m256d specular = _mm256_setzero_pd();
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!(minus_glance[i] < 0.0)) continue;
-    double power = model.inData->utils->ansi.pow(-minus_glance[i], model.smoothness);
-    if (cones) [[unlikely]]
-      power *= rays->spot[i];
-    specular = Sum(specular, Product(Four(power), ColorAt(model.lights[i].specularColor)));
-  }
-  StoreColor(Sum(dull, Product(tint, specular)), out);
+  StoreColor(Sum(dull, Product(tint, Specular(lights))), out);
   return true;
 }
 
