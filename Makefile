@@ -11,8 +11,8 @@ demo: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
 	rm -rf demo
 	mkdir demo
-	$(BUILD)/cli/vorlin render scenes/ribbon.json -o demo/ribbon.####.png --over layer
-	$(BUILD)/cli/vorlin sheet demo/ribbon.####.png -o demo/ribbon_sheet.png
+	$(BUILD)/app/cli/vorlin render scenes/ribbon.json -o demo/ribbon.####.png --over layer
+	$(BUILD)/app/cli/vorlin sheet demo/ribbon.####.png -o demo/ribbon_sheet.png
 	@echo
 	@echo "90 frames:       demo/ribbon.0000.png to demo/ribbon.0089.png"
 	@echo "contact sheet:   demo/ribbon_sheet.png"
@@ -22,15 +22,15 @@ LOOKS := glass-thread:2.95 honey:2.95 ink:2.95 lava:2.95 mercury:2.95 neon:2.95
 gallery: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
 	set -e; for look in $(LOOKS); do name=$${look%:*}; \
-	  $(BUILD)/cli/vorlin render scenes/$$name.json --preset $$name --time $${look#*:} --over layer -q -y -o $(BUILD)/look.png; \
+	  $(BUILD)/app/cli/vorlin render scenes/$$name.json --preset $$name --time $${look#*:} --over layer -q -y -o $(BUILD)/look.png; \
 	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
 	done
 
 # What editors complete scenes and presets from.
 schemas: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
-	$(BUILD)/cli/vorlin schema | python3 -m json.tool --compact >scenes/scene.schema.json
-	$(BUILD)/cli/vorlin schema --preset | python3 -m json.tool --compact >presets/preset.schema.json
+	$(BUILD)/app/cli/vorlin schema | python3 -m json.tool --compact >scenes/scene.schema.json
+	$(BUILD)/app/cli/vorlin schema --preset | python3 -m json.tool --compact >presets/preset.schema.json
 
 package: build
 	cd $(BUILD) && cpack
@@ -67,7 +67,7 @@ coverage: | deps
 # The command line mistreated; the tests run a short version.
 KILLS ?= 200
 torture: build
-	tests/torture/torture.py $(BUILD)/cli/vorlin $(BUILD)/tests/torture/libfailing_calls.so scenes/tiles.png --kills $(KILLS)
+	tests/torture/torture.py $(BUILD)/app/cli/vorlin $(BUILD)/tests/torture/libfailing_calls.so scenes/tiles.png --kills $(KILLS)
 
 # Each fuzzer for that long. What it finds is left in build/fuzz/found, and belongs into fuzz/corpus once mended.
 FUZZ_SECONDS ?= 60

@@ -18,8 +18,8 @@ namespace {
 using fuzz::Require;
 using hosting::Point;
 
-cli::PathImport Options(unsigned choice) {
-  cli::PathImport options;
+app::PathImport Options(unsigned choice) {
+  app::PathImport options;
   options.file = (choice & 1) != 0 ? "p.csv" : "p.svg";
   if ((choice & 2) != 0) options.id.push_back('b');
   if ((choice & 4) != 0) options.from = -1.5;
@@ -35,9 +35,9 @@ bool Near(double a, double b) { return std::abs(a - b) <= 1e-5 * std::max(1.0, s
 void CheckInScene(const std::vector<hosting::Key<Point>>& keys) {
   static const hosting::Effect effect(MainEntry);
   hosting::ControlTracks controls(effect.controls(), 640, 360);
-  const std::string text = '{' + cli::BrushPositionText(keys) + '}';
-  const cli::JsonText json("printed", text);
-  cli::ReadControls(json, json.root(), controls);
+  const std::string text = '{' + app::BrushPositionText(keys) + '}';
+  const app::JsonText json("printed", text);
+  app::ReadControls(json, json.root(), controls);
   const auto& read = std::get<hosting::Track<Point>>(controls.TrackOf(1)).keys();
   Require(read.size() == keys.size(), text);
   for (std::size_t i = 0; i < keys.size(); ++i) {
@@ -53,14 +53,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
   std::vector<hosting::Key<Point>> keys;
   try {
-    keys = cli::ImportPath(Options(data[0]), text);
-  } catch (const cli::InputError&) {
+    keys = app::ImportPath(Options(data[0]), text);
+  } catch (const app::InputError&) {
     return 0;
   }
   try {
     CheckInScene(keys);
-  } catch (const cli::Error& error) {
-    Require(false, std::string(error.what()).append(": ").append(cli::BrushPositionText(keys)));
+  } catch (const app::Error& error) {
+    Require(false, std::string(error.what()).append(": ").append(app::BrushPositionText(keys)));
   }
   return 0;
 }

@@ -23,15 +23,15 @@ const hosting::Effect& TheEffect() {
 }
 
 /// No file is read: every layer is the same picture.
-cli::LayerSource OpenNothing(const std::filesystem::path& path) {
+app::LayerSource OpenNothing(const std::filesystem::path& path) {
   static const hosting::PictureSource kPicture =
       hosting::Still(hosting::Picture(2, 1, std::vector<std::uint8_t>(8)));
-  const cli::FilePattern pattern(path);
+  const app::FilePattern pattern(path);
   return {kPicture, [path](std::int64_t) { return path; }, 640, 360};
 }
 
-cli::Scene Read(const cli::JsonText& json) {
-  return cli::ReadScene(json, "folder", TheEffect(), {}, OpenNothing);
+app::Scene Read(const app::JsonText& json) {
+  return app::ReadScene(json, "folder", TheEffect(), {}, OpenNothing);
 }
 
 /// The number that text begins with, which is taken off together with the colon behind it; 0 when
@@ -58,7 +58,7 @@ void CheckMessage(std::string_view message, std::string_view text) {
 }
 
 /// The records that the effect would be given at some moments of the scene, and just beyond.
-std::vector<PF_ParamDef> Records(const cli::Scene& scene) {
+std::vector<PF_ParamDef> Records(const app::Scene& scene) {
   const hosting::Setup& setup = scene.setup;
   const double end = setup.time.Seconds(setup.time.FrameTime(scene.frames - 1));
   std::vector<PF_ParamDef> records;
@@ -71,7 +71,7 @@ std::vector<PF_ParamDef> Records(const cli::Scene& scene) {
   return records;
 }
 
-void CheckScene(const cli::Scene& scene) {
+void CheckScene(const app::Scene& scene) {
   Require(scene.frames >= 1, "a scene without frames");
   for (const PF_ParamDef& record : Records(scene)) {
     if (record.param_type == PF_Param_FIX_SLIDER) {
@@ -92,19 +92,19 @@ bool HasPlainRates(const Json::Value& root) {
 }
 
 /// The same scene, written in another way, is the same scene.
-void CheckWrittenAgain(const cli::Scene& scene, const Json::Value& root) {
+void CheckWrittenAgain(const app::Scene& scene, const Json::Value& root) {
   Json::StreamWriterBuilder writer;
   writer["indentation"] = "\t";
   const std::string text = Json::writeString(writer, root);
   try {
     const std::vector<PF_ParamDef> before = Records(scene);
-    const std::vector<PF_ParamDef> after = Records(Read(cli::JsonText("again.json", text)));
+    const std::vector<PF_ParamDef> after = Records(Read(app::JsonText("again.json", text)));
     const bool same = std::equal(before.begin(), before.end(), after.begin(), after.end(),
                                  [](const PF_ParamDef& a, const PF_ParamDef& b) {
                                    return std::memcmp(&a, &b, sizeof a) == 0;
                                  });
     Require(same, "written again it has other values: " + text);
-  } catch (const cli::Error& error) {
+  } catch (const app::Error& error) {
     Require(false, std::string(error.what()).append(": ").append(text));
   }
 }
@@ -114,12 +114,12 @@ void CheckWrittenAgain(const cli::Scene& scene, const Json::Value& root) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   try {
-    const cli::JsonText json("s.json", text);
-    const cli::Scene scene = Read(json);
+    const app::JsonText json("s.json", text);
+    const app::Scene scene = Read(json);
     CheckScene(scene);
     const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return c > 0; });
     if (ascii && HasPlainRates(json.root())) CheckWrittenAgain(scene, json.root());
-  } catch (const cli::InputError& error) {
+  } catch (const app::InputError& error) {
     CheckMessage(error.what(), text);
   }
   return 0;

@@ -16,8 +16,8 @@ const Effect& TheEffect() {
   return effect;
 }
 
-cli::Scene Read(const std::string& name) {
-  return cli::ReadScene(std::filesystem::path(SCENES) / name, TheEffect());
+app::Scene Read(const std::string& name) {
+  return app::ReadScene(std::filesystem::path(SCENES) / name, TheEffect());
 }
 
 /// The stroke over its layer at that time, and the stroke alone.
@@ -33,7 +33,7 @@ Rendered RenderAt(const Setup& setup, double seconds, Rational x = {}, Rational 
   Renderer renderer(TheEffect(), setup, options);
   Frame frame = renderer.Render(setup.time.Time(seconds));
   const Picture stroke(frame.picture, Depth::k8);
-  cli::PutOver(frame.picture, *frame.layer);
+  app::PutOver(frame.picture, *frame.layer);
   return {Picture(frame.picture, Depth::k8), stroke};
 }
 
@@ -65,7 +65,7 @@ double Covered(const Picture& stroke) {
 class Scenes : public testing::TestWithParam<const char*> {};
 
 TEST_P(Scenes, LookTheSameAtHalfResolution) {
-  const cli::Scene scene = Read(GetParam());
+  const app::Scene scene = Read(GetParam());
   const Rational half(1, 2);
   const Rendered whole = RenderAt(scene.setup, 2);
   const Rendered reduced = RenderAt(scene.setup, 2, half, half);
@@ -96,14 +96,14 @@ Setup WithWidePixels(Setup setup) {
 }
 
 TEST_P(Scenes, LookTheSameWithPixelsTwiceAsWide) {
-  const cli::Scene scene = Read(GetParam());
+  const app::Scene scene = Read(GetParam());
   const Rendered square = RenderAt(scene.setup, 2);
   const Rendered wide = RenderAt(WithWidePixels(scene.setup), 2);
   EXPECT_LT(MeanDifference(Reduced(square.over, {1, 2}, {}), wide.over), 2);
 }
 
 TEST_P(Scenes, LookTheSameAtOtherRatesAndStarts) {
-  const cli::Scene scene = Read(GetParam());
+  const app::Scene scene = Read(GetParam());
   const Rendered expected = RenderAt(scene.setup, 2);
   const TimeBase ntsc{Rational(30000, 1001)};
   const TimeBase slower_layer{Rational(30, 1), Rational(24, 1)};

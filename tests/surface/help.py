@@ -70,14 +70,6 @@ WORKS = {
         "--layer": [str(source / "scenes" / "dusk.jpg")],
         "--frame-rate": ["25"],
     },
-    "validate": {
-        "": ["validate", "--level", "1", "--only", "identity"],
-        "--level": ["1"],
-        "--only": ["exports"],
-        "--config": lambda: ["validate", "--only", "faults", "--config", "8-smart-distant-plain", "--level", "1"],
-        "--fault": None,  # names one of a configuration's many
-        "--seed": ["2"],
-    },
     "completion": {"": ["completion", "bash"]},
 }
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "render_command.h"
+
+namespace app {
+
+/// Adds the command "render", which fills `to` and runs.
+void AddRender(CLI::App& app, RenderArguments& to);
+
+}  // namespace app

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <poll.h>
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "render_board.h"
+#include "render_worker.h"
+#include "worker_process.h"
+
+namespace app {
+
+/// The worker processes of a run, what each has been told to render, and what they answer.
+class RenderCrew {
+ public:
+  /// Starts a process for a place on the board, with that end of its line.
+  using Start = std::function<void(int place, const Line& line)>;
+
+  RenderCrew(int jobs, RenderBoard& board, Start start);
+  /// Ends all processes within a second; what they had not yet stored is lost.
+  ~RenderCrew();
+  RenderCrew(const RenderCrew&) = delete;
+  RenderCrew& operator=(const RenderCrew&) = delete;
+
+  /// Something that happened to a frame.
+  struct Event {
+    Report report;
+    /// How its process ended when it ended untimely: the frame is the one that was at fault.
+    std::optional<ProcessEnd> crash;
+    /// That process's other frames.
+    std::vector<int> also_lost;
+  };
+
+  /// The place that has least to render; nothing when all have enough.
+  std::optional<int> Idle() const;
+  void GiveOrder(int place, int shot);
+  /// Waits for at most that long, and for less when something happens, to one of `others` too.
+  std::vector<Event> Wait(int milliseconds, std::vector<pollfd>& others);
+  /// Waits for all processes to end.
+  void End();
+
+  long peak_kib() const { return peak_kib_; }
+
+ private:
+  struct Member {
+    WorkerProcess process;
+    std::deque<int> to_render;
+    std::deque<int> to_store;
+  };
+
+  std::optional<Event> Bury(int place);
+
+  RenderBoard& board_;
+  Start start_;
+  std::vector<std::optional<Member>> members_;
+  long peak_kib_ = 0;
+};
+
+}  // namespace app

@@ -1,0 +1,165 @@
+#include "render_plan.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "errors.h"
+#include "interrupt.h"
+#include "output_file.h"
+#include "program_paths.h"
+
+namespace app {
+namespace {
+
+/// "left,top,width,height" as a rectangle.
+std::optional<PF_LRect> ParseRegion(const std::string& text) {
+  if (text.empty()) return std::nullopt;
+  int left = 0;
+  int top = 0;
+  int width = 0;
+  int height = 0;
+  int read = 0;
+  const int found =
+      std::sscanf(text.c_str(), "%7d,%7d,%7d,%7d%n", &left, &top, &width, &height, &read);
+  if (found != 4 || static_cast<std::size_t>(read) != text.size() || width < 1 || height < 1) {
+    throw InputError(fmt::format(
+        "region: expected left,top,width,height in pixels, as 100,50,640,360, found \"{}\"", text));
+  }
+  return PF_LRect{left, top, left + width, top + height};
+}
+
+std::optional<MovieFormat> MovieFor(const RenderArguments& arguments) {
+  auto movie = MovieFormatFor(arguments.shots.output, arguments.depth);
+  const std::pair<bool, const char*> for_pictures[] = {
+      {!arguments.shots.chunk.empty(), "--chunk"}, {arguments.skip_existing, "--skip-existing"},
+      {arguments.keep_going, "--keep-going"},      {!arguments.alpha.empty(), "--alpha"},
+      {arguments.small_files, "--compression"},    {arguments.field, "--pass field"}};
+  for (const auto& [given, option] : for_pictures) {
+    if (movie && given) throw InputError(fmt::format("{} is for pictures, not movies", option));
+  }
+  return movie;
+}
+
+std::optional<PictureFormat> FormatFor(const RenderArguments& arguments, bool movie) {
+  if (movie) return std::nullopt;
+  PictureFormat format(arguments.shots.output, arguments.depth);
+  if (!arguments.alpha.empty()) format.premultiplied = arguments.alpha == "premultiplied";
+  format.small = arguments.small_files;
+  if (arguments.field) {
+    if (format.kind != PictureFormat::Kind::kExr) {
+      throw InputError(fmt::format("\"{}\": the field is written as .exr only",
+                                   arguments.shots.output.string()));
+    }
+    format.depth = hosting::Depth::k32;
+    format.one_channel = true;
+  }
+  return format;
+}
+
+}  // namespace
+
+RenderPlan::RenderPlan(const RenderArguments& arguments)
+    : arguments_(arguments),
+      effect_file_(FindEffect(arguments.effect)),
+      effect_(effect_file_),
+      scene_(ReadScene(arguments.scene, effect_, arguments.changes)),
+      region_(ParseRegion(arguments.region)),
+      movie_(MovieFor(arguments)),
+      format_(FormatFor(arguments, movie_.has_value())),
+      shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, scene_.setup.time)),
+      backdrop_(arguments.over) {
+  backdrop_.CheckSize(scene_.setup.width, scene_.setup.height);
+  AddCommonFingerprint();
+  if (arguments.skip_existing) {
+    LeaveOutWhatIsUpToDate();
+  } else {
+    CheckOverwriting(shots_, arguments.overwrite);
+  }
+  NotedSignals::Check();
+  if (shots_.empty()) return;
+  ClearLeftovers(shots_.front().file.parent_path());
+  // Made and removed again: the folder can be written into.
+  OutputFile(shots_.front().file);
+}
+
+void RenderPlan::LeaveOutWhatIsUpToDate() {
+  const auto stale = std::stable_partition(shots_.begin(), shots_.end(), [this](const Shot& shot) {
+    NotedSignals::Check();
+    return SoftwareOf(shot.file) != Software(shot);
+  });
+  skipped_.assign(stale, shots_.end());
+  shots_.erase(stale, shots_.end());
+}
+
+void RenderPlan::AddCommonFingerprint() {
+  common_.Add(VORLIN_VERSION);
+  common_.AddFile(effect_file_);
+  common_.AddFile(arguments_.scene);
+  const SceneChanges& changes = arguments_.changes;
+  common_.Add(changes.preset.empty() ? "" : "preset");
+  if (!changes.preset.empty()) common_.AddFile(changes.preset);
+  for (const std::string& setting : changes.settings) common_.Add(setting);
+  common_.Add(fmt::format("{} {} {} {} {} {} {} {}", static_cast<int>(arguments_.depth),
+                          arguments_.alpha, arguments_.over, arguments_.region,
+                          arguments_.downsample.Text(), arguments_.classic, arguments_.best_quality,
+                          arguments_.field));
+  std::error_code ignored;
+  if (std::filesystem::is_regular_file(arguments_.over, ignored)) common_.AddFile(arguments_.over);
+}
+
+hosting::RenderOptions RenderPlan::Options() const {
+  hosting::RenderOptions options;
+  options.depth = arguments_.depth;
+  options.smart = !arguments_.classic;
+  options.high_quality = arguments_.best_quality;
+  options.region = region_;
+  options.downsample_x = options.downsample_y = arguments_.downsample;
+  options.keep_worlds = arguments_.field;
+  return options;
+}
+
+int RenderPlan::width() const {
+  return region_ ? region_->right - region_->left
+                 : hosting::ReducedSize(scene_.setup.width, arguments_.downsample);
+}
+
+int RenderPlan::height() const {
+  return region_ ? region_->bottom - region_->top
+                 : hosting::ReducedSize(scene_.setup.height, arguments_.downsample);
+}
+
+std::uint64_t RenderPlan::BytesAWorker() const {
+  // Input, output, scratch world and a frame that waits to be written; the sampling table; two
+  // pictures of the layer.
+  constexpr std::uint64_t kTableBytes = 40;
+  constexpr std::uint64_t kRest = std::uint64_t{64} << 20;
+  const hosting::Setup& setup = scene_.setup;
+  const auto pixels =
+      static_cast<std::uint64_t>(setup.width) * static_cast<std::uint64_t>(setup.height);
+  return pixels * (6 * hosting::PixelSize(arguments_.depth) + kTableBytes) + kRest;
+}
+
+std::optional<std::int64_t> RenderPlan::LayerFrame(const Shot& shot) const {
+  const hosting::Setup& setup = scene_.setup;
+  if (!setup.layer_span.Holds(setup.time.Seconds(shot.time))) return std::nullopt;
+  const std::int64_t time = std::int64_t{shot.time} - setup.layer_start;
+  const std::int64_t step = setup.time.layer_step();
+  return time / step - (time % step < 0 ? 1 : 0);
+}
+
+std::shared_ptr<const hosting::Picture> RenderPlan::Layer(const Shot& shot) const {
+  const auto frame = LayerFrame(shot);
+  return frame ? scene_.setup.picture(*frame) : nullptr;
+}
+
+std::string RenderPlan::Software(const Shot& shot) const {
+  Fingerprint fingerprint = common_;
+  fingerprint.Add(std::to_string(shot.time));
+  if (const auto frame = LayerFrame(shot)) fingerprint.AddFile(scene_.layer_file(*frame));
+  return fmt::format("vorlin {}, fingerprint {}", VORLIN_VERSION, fingerprint.Text());
+}
+
+}  // namespace app

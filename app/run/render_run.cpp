@@ -1,0 +1,206 @@
+#include "render_run.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <new>
+#include <numeric>
+#include <set>
+
+#include "errors.h"
+#include "interrupt.h"
+#include "job_choice.h"
+#include "movie_feed.h"
+#include "output_file.h"
+#include "render_crew.h"
+
+namespace app {
+namespace {
+
+constexpr int kRedrawMilliseconds = 100;
+
+/// Clears what killed processes have left, once all processes are gone.
+struct LeftoverCleaner {
+  explicit LeftoverCleaner(const RenderPlan& p) : plan(p) {}
+  ~LeftoverCleaner() {
+    if (!plan.shots().empty()) ClearLeftovers(plan.shots().front().file.parent_path());
+  }
+  LeftoverCleaner(const LeftoverCleaner&) = delete;
+  LeftoverCleaner& operator=(const LeftoverCleaner&) = delete;
+
+  const RenderPlan& plan;
+};
+
+Error CrashError(const Shot& shot, const ProcessEnd& end) {
+  // A process is killed from outside, as by a system short of memory; all else is the effect.
+  return {end.killed() ? ExitCode::kFile : ExitCode::kEffect,
+          fmt::format("frame {}: the process that rendered it {}", shot.number, end.Text())};
+}
+
+class RenderRun {
+ public:
+  RenderRun(const RenderPlan& plan, ProgressStyle style, RenderResults& results)
+      : plan_(plan),
+        results_(results),
+        choice_(Choice(plan)),
+        progress_(style, static_cast<int>(plan.shots().size())),
+        board_memory_(sizeof(RenderBoard)),
+        board_(*new (board_memory_.bytes().data()) RenderBoard{}),
+        cleaner_(plan),
+        crew_(choice_.jobs, board_, [this](int place, const Line& line) { Work(place, line); }) {
+    results.jobs = choice_.jobs;
+    results.threads = choice_.threads;
+    for (int i = 0; i < static_cast<int>(plan.shots().size()); ++i) waiting_.insert(i);
+    if (plan.movie()) movie_.emplace(plan, choice_.jobs + 2);
+    if (!plan.arguments().trace.empty()) trace_.emplace(plan.arguments().trace);
+  }
+
+  void Run() {
+    while (settled_ < plan_.shots().size() || (movie_ && !movie_->done())) {
+      HandOut();
+      std::vector<pollfd> others;
+      if (movie_) others = movie_->Waits();
+      for (const RenderCrew::Event& event : crew_.Wait(kRedrawMilliseconds, others)) {
+        NotedSignals::Check();
+        Heed(event);
+      }
+      NotedSignals::Check();
+      if (movie_) movie_->Pump();
+      Show();
+    }
+    crew_.End();
+    results_.peak_kib = crew_.peak_kib();
+    if (movie_) movie_->Finish();
+    if (trace_) trace_->Commit();
+    TellLosses();
+    if (first_error_) throw Error(first_error_->code(), "not every frame could be rendered");
+  }
+
+ private:
+  static JobChoice Choice(const RenderPlan& plan) {
+    const RenderArguments& arguments = plan.arguments();
+    // A trace is of one frame after the other, each in order.
+    if (!arguments.trace.empty()) return {1, 1};
+    return ChooseJobs(arguments.jobs, arguments.threads, plan.shots().size(), plan.BytesAWorker());
+  }
+
+  /// The life of a worker process.
+  void Work(int place, const Line& line) {
+    const FrameStore store = movie_ ? movie_->Store() : StoreAsPictures(plan_);
+    RenderWorker worker{plan_, choice_.threads, store, {}, board_, place};
+    if (trace_) {
+      worker.trace = [this](const Shot& shot, const hosting::Call& call) {
+        trace_->Write(fmt::format("frame {} {} {}\n", shot.number,
+                                  hosting::CommandName(call.command), call.Text()));
+      };
+    }
+    worker.Work(line);
+  }
+
+  void HandOut() {
+    while (!waiting_.empty()) {
+      const auto place = crew_.Idle();
+      if (!place) return;
+      const int shot = *waiting_.begin();
+      if (movie_ && !movie_->HasRoomFor(shot)) return;
+      waiting_.erase(waiting_.begin());
+      crew_.GiveOrder(*place, shot);
+    }
+  }
+
+  void Heed(const RenderCrew::Event& event) {
+    const Report& report = event.report;
+    waiting_.insert(event.also_lost.begin(), event.also_lost.end());
+    for (const int shot : event.also_lost) rendered_.erase(shot);
+    if (report.kind == Report::Kind::kRendered) {
+      rendered_.insert(report.shot);
+      return;
+    }
+    rendered_.erase(report.shot);
+    ++settled_;
+    RenderResults::Frame& frame = FrameOf(report.shot);
+    if (report.kind == Report::Kind::kStored) {
+      frame.state = RenderResults::State::kWritten;
+      results_.seconds.push_back(report.seconds);
+      clipped_ += report.losses.clipped ? 1 : 0;
+      if (movie_) movie_->Add(report.shot);
+      hidden_lost_ += report.losses.hidden_color ? 1 : 0;
+      return progress_.Done(frame.shot);
+    }
+    const Error error =
+        event.crash ? CrashError(frame.shot, *event.crash) : Error(report.code, report.message);
+    frame.state = RenderResults::State::kFailed;
+    frame.error = error.what();
+    if (!plan_.arguments().keep_going) throw error;
+    progress_.Failed(frame.shot, frame.error);
+    if (!first_error_) first_error_ = error;
+  }
+
+  void Show() {
+    int shown = kNoShot;
+    auto parts = static_cast<double>(rendered_.size());
+    for (int i = 0; i < choice_.jobs; ++i) {
+      const RenderBoard::Place& place = board_.places[static_cast<std::size_t>(i)];
+      const int shot = place.shot;
+      if (shot == kNoShot) continue;
+      parts += static_cast<double>(place.part);
+      shown = std::max(shown, shot);
+    }
+    if (shown != kNoShot) {
+      progress_.Within(plan_.shots()[static_cast<std::size_t>(shown)].number, parts);
+    }
+  }
+
+  void TellLosses() {
+    const auto tell = [this](int frames, const char* what) {
+      if (frames == 0) return;
+      results_.notes.push_back(fmt::format("{} of {} {}", frames, results_.seconds.size(), what));
+      progress_.Note(results_.notes.back());
+    };
+    tell(clipped_, "pictures lost colours beyond black and white; .exr and 32-bit .tif keep them");
+    tell(hidden_lost_, "pictures lost colours where alpha is 0; --alpha straight keeps them");
+    if (movie_ && !plan_.movie()->has_alpha && plan_.arguments().over.empty()) {
+      results_.notes.emplace_back(
+          "this kind of movie has no transparency: the stroke is put over black; "
+          "--over chooses something else, .mov and .webm keep it");
+      progress_.Note(results_.notes.back());
+    }
+  }
+
+  RenderResults::Frame& FrameOf(int shot) {
+    return results_
+        .frames[results_.frames.size() - plan_.shots().size() + static_cast<std::size_t>(shot)];
+  }
+
+  const RenderPlan& plan_;
+  RenderResults& results_;
+  JobChoice choice_;
+  RenderProgress progress_;
+  std::optional<OutputFile> trace_;
+  std::optional<MovieFeed> movie_;
+  SharedMemory board_memory_;
+  RenderBoard& board_;
+  LeftoverCleaner cleaner_;
+  RenderCrew crew_;
+  std::set<int> waiting_;   // frames that no process has been told to render
+  std::set<int> rendered_;  // frames that are being stored
+  std::size_t settled_ = 0;
+  int clipped_ = 0;
+  int hidden_lost_ = 0;
+  std::optional<Error> first_error_;
+};
+
+}  // namespace
+
+void RunPlan(const RenderPlan& plan, ProgressStyle style, RenderResults& results) {
+  for (const Shot& shot : plan.skipped()) {
+    results.frames.push_back({shot, RenderResults::State::kSkipped, {}});
+  }
+  for (const Shot& shot : plan.shots()) results.frames.push_back({shot, {}, {}});
+  const auto start = std::chrono::steady_clock::now();
+  if (!plan.shots().empty()) RenderRun(plan, style, results).Run();
+  results.wall_seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace app

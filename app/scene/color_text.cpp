@@ -1,0 +1,16 @@
+#include "color_text.h"
+
+#include <charconv>
+
+namespace app {
+
+std::optional<hosting::Color> ParseColor(std::string_view text) {
+  if (text.size() != 7 || text[0] != '#') return std::nullopt;
+  std::uint32_t rgb = 0;
+  const char* end = text.data() + text.size();
+  if (std::from_chars(text.data() + 1, end, rgb, 16).ptr != end) return std::nullopt;
+  const auto channel = [&](int shift) { return (rgb >> shift & 255) / 255.0; };
+  return hosting::Color{channel(16), channel(8), channel(0)};
+}
+
+}  // namespace app

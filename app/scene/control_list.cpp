@@ -1,0 +1,147 @@
+#include "control_list.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace app {
+namespace {
+
+using hosting::ControlInfo;
+using hosting::ControlType;
+
+/// A slider's number as its control shows it.
+double Shown(const ControlInfo& control, double value) {
+  if (control.type != ControlType::kSlider) return value;
+  const double unit = std::pow(10.0, control.precision);
+  return std::round(value * unit) / unit;
+}
+
+std::string ColorText(const hosting::Color& color) {
+  const auto byte = [](double v) { return std::lround(v * 255); };
+  return fmt::format("#{:02x}{:02x}{:02x}", byte(color.red), byte(color.green), byte(color.blue));
+}
+
+Json::Value Pair(double first, double second) {
+  Json::Value pair(Json::arrayValue);
+  pair.append(first);
+  pair.append(second);
+  return pair;
+}
+
+std::string DefaultText(const ControlInfo& control) {
+  switch (control.type) {
+    case ControlType::kSlider:
+      return fmt::format("{}{}  ({} to {})",
+                         Shown(control, std::get<double>(control.default_value)),
+                         control.percent ? " %" : "", Shown(control, control.valid.min),
+                         Shown(control, control.valid.max));
+    case ControlType::kAngle:
+      return fmt::format("{} degrees", std::get<double>(control.default_value));
+    case ControlType::kPoint: {
+      const auto point = std::get<hosting::Point>(control.default_value);
+      return fmt::format("{} %, {} % of the layer", point.x, point.y);
+    }
+    case ControlType::kPopup:
+      return fmt::format("{}  ({})", DefaultAsJson(control).asString(),
+                         fmt::join(control.choices, ", "));
+    case ControlType::kColor:
+      return DefaultAsJson(control).asString();
+    case ControlType::kGroupStart:
+    case ControlType::kGroupEnd:
+      return "";
+  }
+  return "";
+}
+
+Json::Value AsJson(const ControlInfo& control, const hosting::ControlState& state) {
+  Json::Value out;
+  out["index"] = control.index;
+  out["id"] = static_cast<int>(control.id);
+  out["name"] = control.name;
+  out["type"] = TypeName(control.type);
+  if (!control.has_value()) return out;
+  out["default"] = DefaultAsJson(control);
+  out["animated"] = control.can_vary;
+  out["greyed"] = !state.enabled;
+  if (control.type == ControlType::kSlider) {
+    out["range"] = Pair(Shown(control, control.valid.min), Shown(control, control.valid.max));
+    out["slider"] = Pair(Shown(control, control.slider.min), Shown(control, control.slider.max));
+    out["percent"] = control.percent;
+  }
+  for (const std::string& choice : control.choices) out["choices"].append(choice);
+  return out;
+}
+
+}  // namespace
+
+const char* TypeName(ControlType type) {
+  switch (type) {
+    case ControlType::kSlider:
+      return "slider";
+    case ControlType::kAngle:
+      return "angle";
+    case ControlType::kPopup:
+      return "popup";
+    case ControlType::kColor:
+      return "colour";
+    case ControlType::kPoint:
+      return "point";
+    case ControlType::kGroupStart:
+      return "group";
+    case ControlType::kGroupEnd:
+      return "group end";
+  }
+  return "";
+}
+
+Json::Value DefaultAsJson(const ControlInfo& control) {
+  switch (control.type) {
+    case ControlType::kSlider:
+    case ControlType::kAngle:
+      return Shown(control, std::get<double>(control.default_value));
+    case ControlType::kPopup:
+      return control.choices[static_cast<std::size_t>(std::get<int>(control.default_value) - 1)];
+    case ControlType::kColor:
+      return ColorText(std::get<hosting::Color>(control.default_value));
+    case ControlType::kPoint: {
+      const auto point = std::get<hosting::Point>(control.default_value);
+      return Pair(point.x, point.y);
+    }
+    case ControlType::kGroupStart:
+    case ControlType::kGroupEnd:
+      return {};
+  }
+  return {};
+}
+
+std::string ControlsAsText(const std::vector<ControlInfo>& controls, const hosting::Panel& panel) {
+  std::string text;
+  std::size_t depth = 0;
+  for (const ControlInfo& control : controls) {
+    if (control.type == ControlType::kGroupEnd) {
+      --depth;
+      continue;
+    }
+    const bool greyed =
+        control.has_value() && !panel[static_cast<std::size_t>(control.index)].enabled;
+    std::string line =
+        fmt::format("{:2}  {:2}  {:20} {:7} {}{}", control.index, control.id,
+                    std::string(2 * depth, ' ') + control.name, TypeName(control.type),
+                    DefaultText(control), greyed ? "  greyed" : "");
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + "\n";
+    if (control.type == ControlType::kGroupStart) ++depth;
+  }
+  return text;
+}
+
+Json::Value ControlsAsJson(const std::vector<ControlInfo>& controls, const hosting::Panel& panel) {
+  Json::Value out;
+  for (const ControlInfo& control : controls) {
+    out["controls"].append(AsJson(control, panel[static_cast<std::size_t>(control.index)]));
+  }
+  return out;
+}
+
+}  // namespace app
