@@ -16,15 +16,29 @@ struct FX_Point {
   double y;
 };
 
-/// Returns read(param) for the control checked out at that time.
+/// Returns use(err, param) for the control checked out at that time; err is the check-out's result.
+/// The control is checked in however use or the check-out ends.
+template <class Use>
+auto WithControl(PF_InData* in_data, int index, int what_time, int time_step,
+                 unsigned int time_scale, Use use) {
+  PF_ParamDef param{};
+  GiveBack check_in([&] { in_data->inter.checkin_param(in_data->effect_ref, &param); });
+  const PF_Err err = in_data->inter.checkout_param(in_data->effect_ref, index, what_time, time_step,
+                                                   time_scale, &param);
+  const auto result = use(err, param);
+  check_in.Now();
+  return result;
+}
+
+/// Returns read(param) for the control at that time, or for its default.
 template <class Read>
 auto ReadControl(PF_InData* in_data, int index, int what_time, int time_step,
                  unsigned int time_scale, Read read) {
-  PF_ParamDef param = DefaultParam(index);
-  in_data->inter.checkout_param(in_data->effect_ref, index, what_time, time_step, time_scale,
-                                &param);
-  return UseThenGiveBack([&] { return read(param); },
-                         [&] { in_data->inter.checkin_param(in_data->effect_ref, &param); });
+  return WithControl(in_data, index, what_time, time_step, time_scale,
+                     [&](PF_Err err, PF_ParamDef& param) {
+                       if (err != 0) param = DefaultParam(*in_data, index);
+                       return read(param);
+                     });
 }
 
 /// In the slider's displayed unit.

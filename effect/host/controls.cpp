@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "host/safe_cast.h"
+
 namespace vorlin {
 namespace {
 
@@ -12,108 +14,140 @@ constexpr PF_ParamFlags kSupervised = PF_ParamFlag_CANNOT_TIME_VARY | PF_ParamFl
 constexpr PF_ParamFlags kCollapsed = PF_ParamFlag_COLLAPSE_TWIRLY;
 constexpr Range kPercent{0, 100};
 
-struct FillKind {
-  PF_ParamDef& param;
+/// id is what saved work knows the control by: frozen.
+Control Named(const char* name, A_long id, PF_ParamType type) {
+  Control control;
+  // Every byte: an initialiser would clear only the first of the union's members.
+  std::memset(&control, 0, sizeof control);
+  control.name = name;
+  control.param.uu.id = id;
+  control.param.param_type = type;
+  return control;
+}
 
-  void operator()(const GroupStart&) const { param.param_type = PF_Param_GROUP_START; }
-  void operator()(const GroupEnd&) const { param.param_type = PF_Param_GROUP_END; }
-  void operator()(const Slider& slider) const {
-    param.param_type = PF_Param_FIX_SLIDER;
-    PF_FixedSliderDef& fd = param.u.fd;
-    fd.valid_min = ToFixed(slider.valid.min);
-    fd.valid_max = ToFixed(slider.valid.max);
-    fd.slider_min = ToFixed(slider.slider.min);
-    fd.slider_max = ToFixed(slider.slider.max);
-    fd.value = fd.dephault = ToFixed(slider.dephault);
-    fd.precision = slider.precision;
-    fd.display_flags = slider.display_flags;
-  }
-  void operator()(const Popup& popup) const {
-    param.param_type = PF_Param_POPUP;
-    param.u.pd.value = param.u.pd.dephault = popup.dephault;
-    param.u.pd.num_choices = popup.num_choices;
-    param.u.pd.u.namesptr = popup.choices;
-  }
-  void operator()(const Point& point) const {
-    param.param_type = PF_Param_POINT;
-    param.u.td.x_value = param.u.td.x_dephault = ToFixed(point.x_percent);
-    param.u.td.y_value = param.u.td.y_dephault = ToFixed(point.y_percent);
-  }
-  void operator()(const Color& color) const {
-    param.param_type = PF_Param_COLOR;
-    param.u.cd.value = param.u.cd.dephault = color.dephault;
-  }
-  void operator()(const Angle& angle) const {
-    param.param_type = PF_Param_ANGLE;
-    param.u.ad.value = param.u.ad.dephault = ToFixed(angle.degrees);
-  }
-};
+Control Group(const char* name, A_long id) { return Named(name, id, PF_Param_GROUP_START); }
+
+Control GroupEnd(A_long id) { return Named("", id, PF_Param_GROUP_END); }
+
+Control Slider(const char* name, A_long id, Range valid, Range slider, double dephault) {
+  Control control = Named(name, id, PF_Param_FIX_SLIDER);
+  PF_FixedSliderDef& fd = control.param.u.fd;
+  fd.valid_min = ToFixed(valid.min);
+  fd.valid_max = ToFixed(valid.max);
+  fd.slider_min = ToFixed(slider.min);
+  fd.slider_max = ToFixed(slider.max);
+  fd.value = fd.dephault = ToFixed(dephault);
+  fd.precision = 1;
+  return control;
+}
+
+Control Strength(const char* name, A_long id) {
+  Control control = Slider(name, id, kPercent, kPercent, 100);
+  control.param.u.fd.display_flags = PF_ValueDisplayFlag_PERCENT;
+  return control;
+}
+
+Control Roughness(const char* name, A_long id) {
+  Control control = Slider(name, id, {0.001, 0.5}, {0.001, 0.25}, 0.025);
+  control.param.u.fd.precision = 3;
+  return control;
+}
+
+/// Of two choices, separated by '|'; the first is the default.
+Control Popup(const char* name, A_long id, const char* choices) {
+  Control control = Named(name, id, PF_Param_POPUP);
+  control.param.flags = kSupervised;
+  PF_PopupDef& pd = control.param.u.pd;
+  pd.value = pd.dephault = 1;
+  pd.num_choices = 2;
+  pd.u.namesptr = choices;
+  return control;
+}
+
+/// At that percentage of the layer's width and height.
+Control Point(const char* name, A_long id, double percent) {
+  Control control = Named(name, id, PF_Param_POINT);
+  PF_PointDef& td = control.param.u.td;
+  td.x_value = td.y_value = td.x_dephault = td.y_dephault = ToFixed(percent);
+  return control;
+}
+
+Control Color(const char* name, A_long id, const PF_Pixel& dephault) {
+  Control control = Named(name, id, PF_Param_COLOR);
+  control.param.u.cd.value = control.param.u.cd.dephault = dephault;
+  return control;
+}
+
+Control Angle(const char* name, A_long id, double degrees) {
+  Control control = Named(name, id, PF_Param_ANGLE);
+  control.param.u.ad.value = control.param.u.ad.dephault = ToFixed(degrees);
+  return control;
+}
+
+/// Its twirl-down starts closed.
+Control Closed(Control control) {
+  control.param.flags |= kCollapsed;
+  return control;
+}
+
+/// What the other defaults make irrelevant starts greyed.
+Control Greyed(Control control) {
+  control.param.ui_flags = PF_PUI_DISABLED;
+  return control;
+}
 
 }  // namespace
 
-constexpr std::array<Control, kControlCount> kControls{{
-    {kBrushPosition, 1, "Brush Position", Point{50, 50}},
-    {kStrokeWidth, 2, "Stroke Width", Slider{{0, 1024}, {0, 25}, 4}},
-    {kDensity, 3, "Density", Slider{{0, 200}, {2, 100}, 25}},
-    {kTimeSpan, 4, "Time Span (sec)", Slider{{0, 3000}, {0, 20}, 0}},
-    {kReflection, 5, "Reflection", Slider{{0, 200}, {0, 150}, 100}},
-    {kStrength, 6, "Strength", Slider{kPercent, kPercent, 100, 1, PF_ValueDisplayFlag_PERCENT}},
-    {kStyleGroup, 7, "Style", GroupStart{}},
-    {kPaintStyle, 8, "Paint Style", Popup{"Plain|Wobbly", 2, kPlain}, kSupervised},
-    {kWobbleWidth, 9, "Wobble Width", Slider{{0, 1024}, {0, 10}, 2.5}, kCollapsed, PF_PUI_DISABLED},
-    {kWobbleHeight, 10, "Wobble Height", Slider{{0, 1024}, {0, 10}, 2.5}, kCollapsed,
-     PF_PUI_DISABLED},
-    {kWobbleSpeed, 11, "Wobble Speed", Slider{{0, 30000}, {0, 250}, 100}, kCollapsed,
-     PF_PUI_DISABLED},
-    {kStyleGroupEnd, 12, "", GroupEnd{}},
-    {kLightGroup, 13, "Light", GroupStart{}},
-    // Added in a later release than the rest: new identifier, old place in the order kept by the
-    // rest.
-    {kUsing, 28, "Using", Popup{"Effect Light|AE Lights", 2, kEffectLight}, kSupervised},
-    {kLightIntensity, 14, "Light Intensity", Slider{{0, 1000}, {0, 150}, 100}, kCollapsed},
-    {kLightColor, 15, "Light Color", Color{{255, 255, 255, 255}}},
-    {kLightType, 16, "Light Type", Popup{"Distant Light|Point Light", 2, kDistantLight},
-     kSupervised},
-    {kLightHeight, 17, "Light Height", Slider{{-100, 100}, {0, 100}, 65}, kCollapsed},
-    {kLightPosition, 18, "Light Position", Point{25, 25}, 0, PF_PUI_DISABLED},
-    {kLightDirection, 19, "Light Direction", Angle{-45}, kCollapsed},
-    {kLightGroupEnd, 20, "", GroupEnd{}},
-    {kShadingGroup, 21, "Shading", GroupStart{}},
-    {kAmbient, 22, "Ambient", Slider{{0, 200}, kPercent, 100}},
-    {kDiffuse, 23, "Diffuse", Slider{kPercent, kPercent, 25}},
-    {kSpecular, 24, "Specular", Slider{kPercent, kPercent, 100}},
-    {kRoughness, 25, "Roughness", Slider{{0.001, 0.5}, {0.001, 0.25}, 0.025, 3}},
-    {kMetal, 26, "Metal", Slider{kPercent, kPercent, 100}},
-    {kShadingGroupEnd, 27, "", GroupEnd{}},
-}};
+const std::array<Control, kControlCount>& Controls() {
+  static const std::array<Control, kControlCount> kControls{
+      Point("Brush Position", 1, 50),
+      Slider("Stroke Width", 2, {0, 1024}, {0, 25}, 4),
+      Slider("Density", 3, {0, 200}, {2, 100}, 25),
+      Slider("Time Span (sec)", 4, {0, 3000}, {0, 20}, 0),
+      Slider("Reflection", 5, {0, 200}, {0, 150}, 100),
+      Strength("Strength", 6),
+      Group("Style", 7),
+      Popup("Paint Style", 8, "Plain|Wobbly"),
+      Greyed(Closed(Slider("Wobble Width", 9, {0, 1024}, {0, 10}, 2.5))),
+      Greyed(Closed(Slider("Wobble Height", 10, {0, 1024}, {0, 10}, 2.5))),
+      Greyed(Closed(Slider("Wobble Speed", 11, {0, 30000}, {0, 250}, 100))),
+      GroupEnd(12),
+      Group("Light", 13),
+      // Added in a later release than the rest, which kept their identifiers.
+      Popup("Using", 28, "Effect Light|AE Lights"),
+      Closed(Slider("Light Intensity", 14, {0, 1000}, {0, 150}, 100)),
+      Color("Light Color", 15, {255, 255, 255, 255}),
+      Popup("Light Type", 16, "Distant Light|Point Light"),
+      Closed(Slider("Light Height", 17, {-100, 100}, {0, 100}, 65)),
+      Greyed(Point("Light Position", 18, 25)),
+      Closed(Angle("Light Direction", 19, -45)),
+      GroupEnd(20),
+      Group("Shading", 21),
+      Slider("Ambient", 22, {0, 200}, kPercent, 100),
+      Slider("Diffuse", 23, kPercent, kPercent, 25),
+      Slider("Specular", 24, kPercent, kPercent, 100),
+      Roughness("Roughness", 25),
+      Slider("Metal", 26, kPercent, kPercent, 100),
+      GroupEnd(27),
+  };
+  return kControls;
+}
 
-static_assert(
-    [] {
-      for (int i = 0; i < kControlCount; ++i) {
-        if (kControls[static_cast<std::size_t>(i)].index != i + 1) return false;
-      }
-      return true;
-    }(),
-    "a control's place in the table is its index");
-
-PF_ParamDef DefaultParam(const Control& control) {
-  // Every byte: an initialiser would clear only the first of the union's members.
-  PF_ParamDef param;
-  std::memset(&param, 0, sizeof param);
-  param.uu.id = control.id;
-  param.flags = control.flags;
-  param.ui_flags = control.ui_flags;
-  std::visit(FillKind{param}, control.kind);
+PF_ParamDef DefaultParam(const PF_InData& in_data, int index) {
+  PF_ParamDef param = Controls()[static_cast<std::size_t>(index - 1)].param;
+  if (param.param_type == PF_Param_POINT) {
+    const auto part = [](PF_Fixed percent, A_long size, const PF_RationalScale& downsample) {
+      return TruncTo<PF_Fixed>(percent * 0.01 * size * downsample.num / downsample.den);
+    };
+    param.u.td.x_value = part(param.u.td.x_dephault, in_data.width, in_data.downsample_x);
+    param.u.td.y_value = part(param.u.td.y_dephault, in_data.height, in_data.downsample_y);
+  }
   return param;
 }
 
-PF_ParamDef DefaultParam(int index) {
-  return DefaultParam(kControls[static_cast<std::size_t>(index - 1)]);
-}
-
 PF_Err AddControls(PF_InData* in_data) {
-  for (const Control& control : kControls) {
-    PF_ParamDef param = DefaultParam(control);
+  for (const Control& control : Controls()) {
+    PF_ParamDef param = control.param;
     if (control.name[0] != '\0') in_data->utils->ansi.strcpy(param.name, control.name);
     if (const PF_Err err = in_data->inter.add_param(in_data->effect_ref, -1, &param); err != 0) {
       return err;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <variant>
 
 #include "pf_effect.h"
 
@@ -48,52 +47,25 @@ enum PaintStyle : int { kPlain = 1, kWobbly = 2 };
 enum Using : int { kEffectLight = 1, kAELights = 2 };
 enum LightType : int { kDistantLight = 1, kPointLight = 2 };
 
+/// Of a slider, in its displayed unit.
 struct Range {
   double min;
   double max;
 };
 
-struct GroupStart {};
-struct GroupEnd {};
-struct Slider {
-  Range valid;
-  Range slider;
-  double dephault;
-  A_short precision = 1;
-  A_short display_flags = 0;
-};
-struct Popup {
-  const char* choices;  // separated by '|'
-  A_short num_choices;
-  A_short dephault;
-};
-struct Point {
-  double x_percent;  // of the layer's width and height
-  double y_percent;
-};
-struct Color {
-  PF_Pixel dephault;
-};
-struct Angle {
-  double degrees;
-};
-
+/// A control as it is handed to the host, its value being the default. The record has no name yet:
+/// the host's own strcpy writes that.
 struct Control {
-  ControlIndex index;
-  A_long id;  // what saved work knows the control by: frozen
-  const char* name;
-  std::variant<GroupStart, GroupEnd, Slider, Popup, Point, Color, Angle> kind;
-  PF_ParamFlags flags = 0;
-  PF_ParamUIFlags ui_flags = 0;
+  const char* name;  // empty: none
+  PF_ParamDef param;
 };
 
-/// In order of index, from 1.
-extern const std::array<Control, kControlCount> kControls;
+/// All controls in order: the control of an index stands at index - 1.
+const std::array<Control, kControlCount>& Controls();
 
-/// The control's record as given to the host, its value being the default, but without its name.
-PF_ParamDef DefaultParam(const Control& control);
-/// The same for an index from 1 to kControlCount.
-PF_ParamDef DefaultParam(int index);
+/// The record that stands for a control, from 1 to kControlCount, whose value the host refuses: its
+/// default; for a point that is its part of the layer, in buffer pixels.
+PF_ParamDef DefaultParam(const PF_InData& in_data, int index);
 
 /// Hands all controls to the host in order; stops at and returns the first non-zero result.
 PF_Err AddControls(PF_InData* in_data);

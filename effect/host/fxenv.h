@@ -14,8 +14,9 @@ struct Fxenv {
   Fxenv(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** param_array,
         PF_EffectWorld* output_world);
 
-  /// The format of output, asked of the host once; PF_PixelFormat_INVALID without an output.
-  PF_PixelFormat PixelFormat();
+  /// The format of output, asked of the host once; PF_PixelFormat_INVALID without an output. A host
+  /// that does not tell it is taken at its word about deep worlds. Never throws.
+  PF_PixelFormat PixelFormat() noexcept;
 
   PF_InData* inData;
   PF_OutData* outData;
@@ -26,6 +27,10 @@ struct Fxenv {
   AEGP_SuiteHandler suites;
   PF_PixelFormat pixelFormat = PF_PixelFormat_INVALID;
   bool highQuality;
+
+ private:
+  /// Whether the host was asked for pixelFormat.
+  bool AskPixelFormat();
 };
 
 }  // namespace vorlin

@@ -1,7 +1,6 @@
 // MainEntry: the library's one exported function. It dispatches the host's commands and is the
 // fence behind which every exception becomes a result code.
 
-#include <cstring>
 #include <new>
 
 #include "host/control_values.h"
@@ -46,11 +45,16 @@ PF_Err Render(Fxenv& env) {
 }
 
 PF_Err QueryDynamicFlags(Fxenv& env) {
-  if (ControlsAt::Frame(env.inData).PopUp(kUsing) == kEffectLight) {
-    env.outData->out_flags2 &= ~PF_OutFlag2_I_USE_3D_LIGHTS;
-  } else {
-    env.outData->out_flags2 |= PF_OutFlag2_I_USE_3D_LIGHTS;
-  }
+  PF_InData* const in = env.inData;
+  PF_OutFlags2& flags = env.outData->out_flags2;
+  // Lights that were not seen are neither wanted nor ruled out: then the flag stays.
+  flags = WithControl(in, kUsing, in->current_time, in->time_step, in->time_scale,
+                      [&](PF_Err err, const PF_ParamDef& param) {
+                        if (err != 0) return flags;
+                        return param.u.pd.value == kEffectLight
+                                   ? flags & ~PF_OutFlag2_I_USE_3D_LIGHTS
+                                   : flags | PF_OutFlag2_I_USE_3D_LIGHTS;
+                      });
   return PF_Err_NONE;
 }
 

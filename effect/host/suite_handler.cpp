@@ -1,5 +1,7 @@
 #include "host/suite_handler.h"
 
+#include "host/give_back.h"
+
 namespace vorlin {
 
 AEGP_SuiteHandler::AEGP_SuiteHandler(SPBasicSuite* basic) : basicSuite(basic) {
@@ -19,12 +21,7 @@ void AEGP_SuiteHandler::ReleaseSuite(const char* name, std::int32_t version) con
 void AEGP_SuiteHandler::ReleaseAllSuites() const noexcept {
   for (std::size_t slot = 0; slot < kSuitePairCount; ++slot) {
     if (suiteSlots[slot] == nullptr) continue;
-    // A release that throws must neither keep the others from being released nor, when it runs
-    // while another exception passes, end the process.
-    try {
-      ReleaseSuite(kSuitePairs[slot].name, kSuitePairs[slot].version);
-    } catch (...) {  // as with its result: not examined
-    }
+    IgnoringExceptions([&] { ReleaseSuite(kSuitePairs[slot].name, kSuitePairs[slot].version); });
   }
 }
 

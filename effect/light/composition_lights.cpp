@@ -5,13 +5,40 @@
 namespace vorlin {
 namespace {
 
-/// Asks the composition about one layer at one time. Operations return the host's code.
+/// Asks the host about the effect's composition at one time and adds its lights to the model.
+/// Operations return the host's code.
 class LightReader {
  public:
-  LightReader(Fxenv& env, const A_Time& comp_time) : env_(env), comp_time_(comp_time) {}
+  LightReader(Fxenv& env, LightShade& model) : env_(env), model_(model) {}
 
+  /// Walks the composition from the top of its stack. `time` is the effect's.
+  PF_Err AddAll(const A_Time& time) {
+    const PF_ProgPtr effect_ref = env_.inData->effect_ref;
+    PF_Err err = Interface(&AEGP_PFInterfaceSuite1::AEGP_ConvertEffectToCompTime)(
+        effect_ref, std::max(time.value, 0), time.scale, &comp_time_);
+    if (err != 0) return err;
+    AEGP_LayerH effect_layer = nullptr;
+    err = Interface(&AEGP_PFInterfaceSuite1::AEGP_GetEffectLayer)(effect_ref, &effect_layer);
+    if (err != 0 || effect_layer == nullptr) return err;
+    AEGP_CompH comp = nullptr;
+    err = Layers(&AEGP_LayerSuite5::AEGP_GetLayerParentComp)(effect_layer, &comp);
+    if (err != 0 || comp == nullptr) return err;
+    A_long count = 0;
+    err = Layers(&AEGP_LayerSuite5::AEGP_GetCompNumLayers)(comp, &count);
+    if (err != 0 || count < 2) return err;  // only the effect's own layer
+
+    for (A_long index = 0; index < count; ++index) {
+      AEGP_LayerH layer = nullptr;
+      err = Layers(&AEGP_LayerSuite5::AEGP_GetCompLayerByIndex)(comp, index, &layer);
+      if (err == 0 && layer != nullptr) err = AddLayer(layer);
+      if (err != 0) return err;
+    }
+    return PF_Err_NONE;
+  }
+
+ private:
   /// Adds the layer to the model if it is an active light of a known type.
-  PF_Err AddLayer(AEGP_LayerH layer, LightShade& model) {
+  PF_Err AddLayer(AEGP_LayerH layer) {
     A_Boolean active = 0;
     PF_Err err = Layers(&AEGP_LayerSuite5::AEGP_IsVideoActive)(layer, AEGP_LTimeMode_CompTime,
                                                                &comp_time_, &active);
@@ -26,17 +53,16 @@ class LightReader {
     if (err != 0 || light_type < AEGP_LightType_PARALLEL || light_type > AEGP_LightType_AMBIENT) {
       return err;
     }
-    return AddLight(layer, light_type, model);
+    return AddLight(layer, light_type);
   }
 
- private:
-  PF_Err AddLight(AEGP_LayerH layer, AEGP_LightType light_type, LightShade& model) {
+  PF_Err AddLight(AEGP_LayerH layer, AEGP_LightType light_type) {
     A_Matrix4 world{};
     if (const PF_Err err = ReadWorldMatrix(layer, world); err != 0) return err;
     FX_Double_Pixel color{};
     if (const PF_Err err = ReadLitColor(layer, color); err != 0) return err;
     if (light_type == AEGP_LightType_AMBIENT) {
-      model.AddAmbientLight(color);
+      model_.AddAmbientLight(color);
       return PF_Err_NONE;
     }
 
@@ -52,7 +78,7 @@ class LightReader {
     if (light_type == AEGP_LightType_SPOT) {
       if (const PF_Err err = ReadCone(layer, light); err != 0) return err;
     }
-    model.AddLightSource(light);
+    model_.AddLightSource(light);
     return PF_Err_NONE;
   }
 
@@ -105,45 +131,23 @@ class LightReader {
   }
 
   template <class Function>
+  Function Interface(Function AEGP_PFInterfaceSuite1::*function) {
+    return env_.suites.Use(kPFInterfaceSuite, function);
+  }
+  template <class Function>
   Function Layers(Function AEGP_LayerSuite5::*function) {
     return env_.suites.Use(kLayerSuite, function);
   }
 
   Fxenv& env_;
-  A_Time comp_time_;
+  LightShade& model_;
+  A_Time comp_time_{};
 };
 
 }  // namespace
 
 bool GetAllLights(Fxenv& env, LightShade& model, A_Time time) {
-  const PF_ProgPtr effect_ref = env.inData->effect_ref;
-  const auto of_effect = [&](auto function) { return env.suites.Use(kPFInterfaceSuite, function); };
-  const auto of_layers = [&](auto function) { return env.suites.Use(kLayerSuite, function); };
-  A_Time comp_time{};
-  if (of_effect(&AEGP_PFInterfaceSuite1::AEGP_ConvertEffectToCompTime)(
-          effect_ref, std::max(time.value, 0), time.scale, &comp_time) != 0) {
-    return false;
-  }
-  AEGP_LayerH effect_layer = nullptr;
-  if (of_effect(&AEGP_PFInterfaceSuite1::AEGP_GetEffectLayer)(effect_ref, &effect_layer) != 0 ||
-      effect_layer == nullptr) {
-    return false;
-  }
-  AEGP_CompH comp = nullptr;
-  if (of_layers(&AEGP_LayerSuite5::AEGP_GetLayerParentComp)(effect_layer, &comp) != 0 ||
-      comp == nullptr)
-    return false;
-  A_long layer_count = 0;
-  if (of_layers(&AEGP_LayerSuite5::AEGP_GetCompNumLayers)(comp, &layer_count) != 0) return false;
-  if (layer_count < 2) return false;  // only the effect's own layer
-
-  LightReader reader(env, comp_time);
-  for (A_long index = 0; index < layer_count; ++index) {
-    AEGP_LayerH layer = nullptr;
-    if (of_layers(&AEGP_LayerSuite5::AEGP_GetCompLayerByIndex)(comp, index, &layer) != 0)
-      return false;
-    if (layer != nullptr && reader.AddLayer(layer, model) != 0) return false;
-  }
+  if (LightReader(env, model).AddAll(time) != 0) return false;
   return model.hasAmbient || model.numOffered != 0;
 }
 

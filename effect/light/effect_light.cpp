@@ -1,8 +1,8 @@
 #include "light/effect_light.h"
 
 #include "host/control_values.h"
-#include "render/color_control.h"
-#include "render/pixel.h"
+#include "light/color_control.h"
+#include "light/pixel.h"
 
 namespace vorlin {
 namespace {

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "host/fxenv.h"
+#include "host/scales.h"
 #include "light/light_shade.h"
-#include "render/scales.h"
 
 namespace vorlin {
 

@@ -45,11 +45,13 @@ void LightShade::SetOffset(double x, double y) {
 }
 
 void LightShade::AddAmbientLight(const FX_Double_Pixel& color) {
-  // The sum starts at zero, so the first light is an addition like the others.
-  hasAmbient = true;
-  ambientLight.red += ambientShading * color.red;
-  ambientLight.green += ambientShading * color.green;
-  ambientLight.blue += ambientShading * color.blue;
+  const FX_Double_Pixel shaded = Scaled(ambientShading, color);
+  if (hasAmbient) {
+    AddScaled(ambientLight, 1.0, shaded);
+  } else {
+    hasAmbient = true;
+    ambientLight = {ambientLight.alpha, shaded.red, shaded.green, shaded.blue};
+  }
 }
 
 bool LightShade::AddLightSource(const NewLightSource& light) {
@@ -65,23 +67,11 @@ bool LightShade::AddLightSource(const NewLightSource& light) {
   stored.coneOuterCos = light.coneOuterCos;
   stored.coneInnerCos = light.coneInnerCos;
   stored.diffuseColor = Scaled(diffuseShading, color);
-  const FX_Double_Pixel dust = Scaled(0.5 * dustShading, color);
-  stored.dustColor = dust;
-  if (!(dust.red == 0.0 && dust.green == 0.0 && dust.blue == 0.0)) dusty_ = true;
+  stored.dustColor = Scaled(0.5 * dustShading, color);
   stored.specularColor = Scaled(
       specularShading, {0.0, Positive(color.red), Positive(color.green), Positive(color.blue)});
-  if (light.type != LightTypeDistant) only_distant_ = false;
-  SetDistantRay(numLights++);
+  ++numLights;
   return true;
-}
-
-void LightShade::SetDistantRay(std::size_t index) {
-  const LightSource& light = lights[index];
-  if (light.type != LightTypeDistant) return;
-  distant_rays_.x[index] = light.direction.x;
-  distant_rays_.y[index] = light.direction.y;
-  distant_rays_.z[index] = light.direction.z;
-  distant_rays_.spot[index] = 1.0;
 }
 
 bool LightShade::GetNextLightPosition(FX_D_Point& position, int& index) const {
@@ -105,7 +95,6 @@ void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& tran
     const FX_D_Point moved = Transformed({p.x - dx, p.y - dy, -p.z}, matrix);
     light.position = {moved.x + translation.x, moved.y + translation.y, moved.z + translation.z};
   }
-  for (std::size_t i = 0; i < numLights; ++i) SetDistantRay(i);
 }
 
 void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& translation) {
@@ -116,7 +105,6 @@ void LightShade::TransformAll(const FX_3D_Matrix& matrix, const FX_D_Point& tran
         Transformed({p.x + translation.x, p.y + translation.y, -p.z + translation.z}, matrix);
     light.direction = Transformed({d.x, d.y, -d.z}, matrix);
   }
-  for (std::size_t i = 0; i < numLights; ++i) SetDistantRay(i);
 }
 
 }  // namespace vorlin

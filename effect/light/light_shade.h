@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "light/geometry.h"
@@ -35,16 +36,6 @@ struct LightSource {
   FX_D_Point position;  // the model's offset added
   double coneOuterCos;
   double coneInnerCos;
-};
-
-/// The rays from a surface point to all lights, by coordinates: unit directions, and how much of
-/// each light its cone lets through. Unused entries are 0.
-struct LightRays {
-  static constexpr std::size_t kCapacity = 20;  // a multiple of 4
-  double x[kCapacity];
-  double y[kCapacity];
-  double z[kCapacity];
-  double spot[kCapacity];
 };
 
 /// What one surface point has gathered so far. The alphas of specular and dust are never set and no
@@ -80,7 +71,7 @@ class LightShade {
   /// Added to the x and y of light positions, layer units.
   void SetOffset(double x, double y);
 
-  /// Adds ambientShading x color to the ambient light.
+  /// ambientShading x color becomes the ambient light; that of later ones is added to it.
   void AddAmbientLight(const FX_Double_Pixel& color);
   /// False only when the table is full. A black light is counted but not stored.
   bool AddLightSource(const NewLightSource& light);
@@ -120,16 +111,6 @@ class LightShade {
                      const FX_D_Point& surface, const FX_D_Point& view) const;
 
   std::span<const LightSource> Lights() const { return {lights.data(), numLights}; }
-  /// Whether any stored light has a dust colour other than black.
-  bool IsDusty() const { return dusty_; }
-
-  bool HasOnlyDistantLights() const { return only_distant_; }
-  /// The rays of the distant lights, the same everywhere; those of the others are 0.
-  const LightRays& DistantRays() const { return distant_rays_; }
-  /// The rays of all lights to (x, y, 0); 0 where a light does not reach. False when one of them is
-  /// no number.
-  bool RaysTo(double x, double y, LightRays& rays) const;
-
   double ambientShading = 1.0;
   double diffuseShading = 1.0;
   double specularShading = 1.0;
@@ -137,8 +118,7 @@ class LightShade {
   double metallicity = 1.0;  // how far the highlight takes the surface colour
   double smoothness = 50.0;  // specular exponent
   PF_InData* inData;
-  // Valid up to numLights, in order of addition. Changed only by the operations above: the rays are
-  // kept beside.
+  // Valid up to numLights, in order of addition.
   std::array<LightSource, kMaxLights> lights;
   FX_Double_Pixel ambientLight{};
   bool hasAmbient = false;
@@ -148,22 +128,34 @@ class LightShade {
   double offsetY = 0.0;
 
  private:
-  void SetDistantRay(std::size_t index);
-  FX_D_Point Toward(const LightSource& light, const FX_D_Point& surface) const;
-  double Length(const FX_D_Point& v) const;
-  template <class Distant, class Point, class Spot>
-  TSLightGather Gathered(Distant distant, Point point, Spot spot) const;
+  /// The light vector, shorter than 1 by a hair, and how much of the light it brings: 0 to 1.
+  struct Ray {
+    FX_D_Point toward;
+    double part;
+  };
+  /// What a ray and the surface make of each other.
+  struct Meeting {
+    const LightSource* light;
+    double part;
+    double diffuse;   // cosine of normal and light
+    double dust;      // weight of the dust colour
+    double specular;  // cosine of mirrored view and light
+  };
+
+  Ray PointRay(const LightSource& light, const FX_D_Point& surface) const;
+  /// None outside the cone.
+  std::optional<Ray> SpotRay(const LightSource& light, const FX_D_Point& surface) const;
+  /// None when nothing of the light reaches the surface, or its type is unknown.
+  std::optional<Ray> RayOf(const LightSource& light, const FX_D_Point& surface) const;
+  void Add(const Meeting& meeting, TSLightGather& gather) const;
+  template <class Meet>
+  TSLightGather Gathered(const FX_D_Point& surface, const Meet& meet) const;
   FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
                       double dust_weight) const;
-  void GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
-                          const LightSource& light, double spot, TSLightGather& gather) const;
-  void GatherView(const FX_D_Point& normal, const FX_D_Point& toward, const LightSource& light,
-                  double spot, const FX_D_Point& view, TSLightGather& gather) const;
 
-  bool dusty_ = false;
-  bool only_distant_ = true;
-  LightRays distant_rays_{};
-  static_assert(LightRays::kCapacity % 4 == 0 && LightRays::kCapacity >= kMaxLights);
+  static Meeting Orthographic(const FX_D_Point& normal, const LightSource& light, const Ray& ray);
+  static Meeting Viewed(const FX_D_Point& normal, const LightSource& light, const Ray& ray,
+                        const FX_D_Point& view);
 };
 
 }  // namespace vorlin

@@ -15,10 +15,9 @@ namespace {
 // Keeps a light at the surface point itself from dividing by zero.
 constexpr double kLengthFloor = 1e-5;
 
-/// How much of a spot reaches a point whose light vector has this cosine with the spot's axis: a
-/// smoothstep from the outer to the inner cone. Negative outside the cone.
-double SpotFactor(const LightSource& light, double cosine) {
-  if (cosine < light.coneOuterCos) return -1.0;
+/// The part of a spot inside its cone that reaches a point whose light vector has this cosine with
+/// the spot's axis: a smoothstep from the outer to the inner cone.
+double SpotPart(const LightSource& light, double cosine) {
   if (!(cosine < light.coneInnerCos)) return 1.0;
   const double t = (cosine - light.coneOuterCos) / (light.coneInnerCos - light.coneOuterCos);
   if (t <= 0.0) return 0.0;
@@ -28,123 +27,116 @@ double SpotFactor(const LightSource& light, double cosine) {
 
 }  // namespace
 
-double LightShade::Length(const FX_D_Point& v) const { return inData->utils->ansi.sqrt(Dot(v, v)); }
-
-FX_D_Point LightShade::Toward(const LightSource& light, const FX_D_Point& surface) const {
+[[gnu::always_inline]] inline LightShade::Ray LightShade::PointRay(
+    const LightSource& light, const FX_D_Point& surface) const {
   const FX_D_Point d{light.position.x - surface.x, light.position.y - surface.y,
                      light.position.z - surface.z};
-  const double scale = 1.0 / (Length(d) + kLengthFloor);
-  return {d.x * scale, d.y * scale, d.z * scale};
+  const double scale = 1.0 / (inData->utils->ansi.sqrt(Dot(d, d)) + kLengthFloor);
+  return {{d.x * scale, d.y * scale, d.z * scale}, 1.0};
 }
 
-void LightShade::GatherOrthographic(const FX_D_Point& normal, const FX_D_Point& toward,
-                                    const LightSource& light, double spot,
-                                    TSLightGather& gather) const {
-  double d = Dot(normal, toward);
-  if (d > 0.0) {
-    AddScaled(gather.diffuse, spot * d, light.diffuseColor);
-  } else {
-    d = std::min(1.0, 9.0 * (d * d));
-  }
-  AddScaled(gather.dust, (1.0 - d) * spot, light.dustColor);
+std::optional<LightShade::Ray> LightShade::SpotRay(const LightSource& light,
+                                                   const FX_D_Point& surface) const {
+  Ray ray = PointRay(light, surface);
+  const double cosine = Dot(ray.toward, light.direction);
+  if (cosine < light.coneOuterCos) return std::nullopt;
+  ray.part = SpotPart(light, cosine);
+  return ray;
+}
 
+[[gnu::always_inline]] inline std::optional<LightShade::Ray> LightShade::RayOf(
+    const LightSource& light, const FX_D_Point& surface) const {
+  switch (light.type) {
+    case LightTypeDistant:
+      return Ray{light.direction, 1.0};
+    case LightTypePoint:
+      return PointRay(light, surface);
+    case LightTypeSpot:
+      return SpotRay(light, surface);
+    default:
+      return std::nullopt;
+  }
+}
+
+[[gnu::always_inline]] inline LightShade::Meeting LightShade::Orthographic(const FX_D_Point& normal,
+                                                                           const LightSource& light,
+                                                                           const Ray& ray) {
+  const FX_D_Point& toward = ray.toward;
+  const double d = Dot(normal, toward);
+  const double facing = d > 0.0 ? d : std::min(1.0, 9.0 * (d * d));
   const double k = -2.0 * normal.z;
   const double r =
       -(k * normal.x * toward.x + k * normal.y * toward.y + (k * normal.z + 1.0) * toward.z);
-  if (r > 0.0) {
-    AddScaled(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
-  }
+  return {&light, ray.part, d, (1.0 - facing) * ray.part, r};
 }
 
-void LightShade::GatherView(const FX_D_Point& normal, const FX_D_Point& toward,
-                            const LightSource& light, double spot, const FX_D_Point& view,
-                            TSLightGather& gather) const {
-  const double d = Dot(normal, toward);
-  if (d > 0.0) AddScaled(gather.diffuse, spot * d, light.diffuseColor);
-  AddScaled(gather.dust, (1.0 - d * d) * spot * (d + 1.0), light.dustColor);
-
+LightShade::Meeting LightShade::Viewed(const FX_D_Point& normal, const LightSource& light,
+                                       const Ray& ray, const FX_D_Point& view) {
+  const double d = Dot(normal, ray.toward);
   const double m = 2.0 * Dot(normal, view);
   const FX_D_Point mirrored{normal.x * m - view.x, normal.y * m - view.y, normal.z * m - view.z};
-  const double r = -Dot(mirrored, toward);
-  if (r > 0.0) {
-    AddScaled(gather.specular, inData->utils->ansi.pow(r, smoothness) * spot, light.specularColor);
+  return {&light, ray.part, d, (1.0 - d * d) * ray.part * (d + 1.0), -Dot(mirrored, ray.toward)};
+}
+
+[[gnu::always_inline]] inline void LightShade::Add(const Meeting& meeting,
+                                                   TSLightGather& gather) const {
+  const LightSource& light = *meeting.light;
+  if (meeting.diffuse > 0.0) {
+    AddScaled(gather.diffuse, meeting.part * meeting.diffuse, light.diffuseColor);
+  }
+  AddScaled(gather.dust, meeting.dust, light.dustColor);
+  if (meeting.specular > 0.0) {
+    const double power = inData->utils->ansi.pow(meeting.specular, smoothness);
+    AddScaled(gather.specular, power * meeting.part, light.specularColor);
   }
 }
 
 void LightShade::ShadeDistant(const FX_D_Point& normal, const LightSource& light,
                               TSLightGather& gather) const {
-  GatherOrthographic(normal, light.direction, light, 1.0, gather);
+  Add(Orthographic(normal, light, {light.direction, 1.0}), gather);
 }
 
 void LightShade::ShadePoint(const FX_D_Point& normal, const LightSource& light,
                             TSLightGather& gather, double x, double y) const {
-  GatherOrthographic(normal, Toward(light, {x, y, 0.0}), light, 1.0, gather);
+  Add(Orthographic(normal, light, PointRay(light, {x, y, 0.0})), gather);
 }
 
 void LightShade::ShadeSpot(const FX_D_Point& normal, const LightSource& light,
                            TSLightGather& gather, double x, double y) const {
-  const FX_D_Point toward = Toward(light, {x, y, 0.0});
-  const double spot = SpotFactor(light, Dot(toward, light.direction));
-  if (spot < 0.0) return;
-  GatherOrthographic(normal, toward, light, spot, gather);
-}
-
-bool LightShade::RaysTo(double x, double y, LightRays& rays) const {
-  rays = distant_rays_;
-  for (std::size_t i = 0; i < numLights; ++i) {
-    const LightSource& light = lights[i];
-    if (light.type != LightTypePoint && light.type != LightTypeSpot) continue;
-    const FX_D_Point toward = Toward(light, {x, y, 0.0});
-    const double spot =
-        light.type == LightTypeSpot ? SpotFactor(light, Dot(toward, light.direction)) : 1.0;
-    if (spot < 0.0) continue;
-    rays.x[i] = toward.x;
-    rays.y[i] = toward.y;
-    rays.z[i] = toward.z;
-    rays.spot[i] = spot;
-    if (spot != spot) return false;
-  }
-  return true;
+  const auto ray = SpotRay(light, {x, y, 0.0});
+  if (ray) Add(Orthographic(normal, light, *ray), gather);
 }
 
 void LightShade::ShadeDistantView(const FX_D_Point& normal, const LightSource& light,
                                   TSLightGather& gather, const FX_D_Point& view) const {
-  GatherView(normal, light.direction, light, 1.0, view, gather);
+  Add(Viewed(normal, light, {light.direction, 1.0}, view), gather);
 }
 
 void LightShade::ShadePointView(const FX_D_Point& normal, const LightSource& light,
                                 TSLightGather& gather, const FX_D_Point& surface,
                                 const FX_D_Point& view) const {
-  GatherView(normal, Toward(light, surface), light, 1.0, view, gather);
+  Add(Viewed(normal, light, PointRay(light, surface), view), gather);
 }
 
 void LightShade::ShadeSpotView(const FX_D_Point& normal, const LightSource& light,
                                TSLightGather& gather, const FX_D_Point& surface,
                                const FX_D_Point& view) const {
-  const FX_D_Point toward = Toward(light, surface);
-  const double spot = SpotFactor(light, Dot(toward, light.direction));
-  if (spot < 0.0) return;
-  GatherView(normal, toward, light, spot, view, gather);
+  const auto ray = SpotRay(light, surface);
+  if (ray) Add(Viewed(normal, light, *ray, view), gather);
 }
 
-template <class Distant, class Point, class Spot>
-TSLightGather LightShade::Gathered(Distant distant, Point point, Spot spot) const {
-  TSLightGather gather{ambientLight, {}, {}};
+/// Sums what all lights bring, in their order. All cosines are formed before the first power, whose
+/// call would interrupt them.
+template <class Meet>
+[[gnu::always_inline]] inline TSLightGather LightShade::Gathered(const FX_D_Point& surface,
+                                                                 const Meet& meet) const {
+  Meeting meetings[kMaxLights];
+  Meeting* end = meetings;
   for (const LightSource& light : Lights()) {
-    switch (light.type) {
-      case LightTypeDistant:
-        distant(light, gather);
-        break;
-      case LightTypePoint:
-        point(light, gather);
-        break;
-      case LightTypeSpot:
-        spot(light, gather);
-        break;
-      default:
-        break;
-    }
+    if (const auto ray = RayOf(light, surface)) *end++ = meet(light, *ray);
   }
+  TSLightGather gather{ambientLight, {}, {}};
+  for (const Meeting* meeting = meetings; meeting != end; ++meeting) Add(*meeting, gather);
   return gather;
 }
 
@@ -163,24 +155,20 @@ FX_Double_Pixel LightShade::Lit(const FX_Double_Pixel& color, const TSLightGathe
 
 FX_Double_Pixel LightShade::ShadePixel(const FX_Double_Pixel& color, const FX_D_Point& normal,
                                        double x, double y) const {
-  using Light = const LightSource&;
-  const TSLightGather gather =
-      Gathered([&](Light light, TSLightGather& g) { ShadeDistant(normal, light, g); },
-               [&](Light light, TSLightGather& g) { ShadePoint(normal, light, g, x, y); },
-               [&](Light light, TSLightGather& g) { ShadeSpot(normal, light, g, x, y); });
-  return Lit(color, gather, 1.0);
+  const auto meet = [&](const LightSource& light, const Ray& ray) {
+    return Orthographic(normal, light, ray);
+  };
+  return Lit(color, Gathered({x, y, 0.0}, meet), 1.0);
 }
 
 FX_Double_Pixel LightShade::ShadePixelView(const FX_Double_Pixel& color, const FX_D_Point& normal,
                                            const FX_D_Point& surface,
                                            const FX_D_Point& view) const {
-  using Light = const LightSource&;
-  const TSLightGather gather = Gathered(
-      [&](Light light, TSLightGather& g) { ShadeDistantView(normal, light, g, view); },
-      [&](Light light, TSLightGather& g) { ShadePointView(normal, light, g, surface, view); },
-      [&](Light light, TSLightGather& g) { ShadeSpotView(normal, light, g, surface, view); });
+  const auto meet = [&](const LightSource& light, const Ray& ray) {
+    return Viewed(normal, light, ray, view);
+  };
   // Dust shows least where the surface faces the viewer.
-  return Lit(color, gather, 1.0 - std::abs(Dot(normal, view)));
+  return Lit(color, Gathered(surface, meet), 1.0 - std::abs(Dot(normal, view)));
 }
 
 }  // namespace vorlin

@@ -9,7 +9,7 @@
 namespace vorlin {
 
 /// What the pixel function needs to know of a frame. Complete before the iteration starts and only
-/// read by it. Every number for x is followed by that for y: vectors load both at once.
+/// read by it.
 template <class Pixel>
 struct RIPInfo {
   std::unique_ptr<LightShade> lightShade;

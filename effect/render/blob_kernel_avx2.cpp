@@ -24,12 +24,6 @@ struct Avx2 {
   static Doubles Subtract(Doubles a, Doubles b) { return _mm256_sub_pd(a, b); }
   static Doubles Multiply(Doubles a, Doubles b) { return _mm256_mul_pd(a, b); }
 
-  static void AddWhereLess(float* cells, Doubles d2, Doubles r2, Doubles force) {
-    const __m256 inside = _mm256_castpd_ps(_mm256_cmp_pd(d2, r2, _CMP_LT_OQ));
-    const __m128i mask = _mm_castps_si128(
-        _mm_shuffle_ps(_mm256_castps256_ps128(inside), _mm256_extractf128_ps(inside, 1), 0x88));
-    _mm_maskstore_ps(cells, mask, _mm_add_ps(_mm_maskload_ps(cells, mask), _mm256_cvtpd_ps(force)));
-  }
   static void AddWhereLess(float* cells, Doubles low, Doubles high, Doubles r2, Doubles force_low,
                            Doubles force_high) {
     const __m256 in_low = _mm256_castpd_ps(_mm256_cmp_pd(low, r2, _CMP_LT_OQ));

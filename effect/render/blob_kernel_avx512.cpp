@@ -27,11 +27,6 @@ struct Avx512 {
   /// The masked form with a full mask: g++ 12 warns of its own header for the plain one.
   static __m256 Rounded(Doubles v) { return _mm512_maskz_cvtpd_ps(0xFF, v); }
 
-  static void AddWhereLess(float* cells, Doubles d2, Doubles r2, Doubles force) {
-    const __mmask8 inside = _mm512_cmp_pd_mask(d2, r2, _CMP_LT_OQ);
-    const __m256 sum = _mm256_add_ps(_mm256_maskz_loadu_ps(inside, cells), Rounded(force));
-    _mm256_mask_storeu_ps(cells, inside, sum);
-  }
   static void AddWhereLess(float* cells, Doubles low, Doubles high, Doubles r2, Doubles force_low,
                            Doubles force_high) {
     const __mmask16 inside = _mm512_kunpackb(_mm512_cmp_pd_mask(high, r2, _CMP_LT_OQ),

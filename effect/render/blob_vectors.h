@@ -9,8 +9,9 @@ namespace vorlin {
 namespace {
 
 // A Unit has a vector `Doubles` of kLanes doubles with Gathered, Load, Store, Broadcast, Add,
-// Subtract and Multiply, and AddWhereLess(cells, d2..., r2, force...): adds each force, rounded to
-// float, to its cell where d2 < r2, for one vector of cells or for two side by side.
+// Subtract and Multiply, and AddWhereLess(cells, low, high, r2, force_low, force_high): adds each
+// force, rounded to float, to its cell where the squared distance is less than r2, for two vectors
+// of cells side by side.
 
 inline int Least(int a, int b) { return a < b ? a : b; }
 
@@ -22,23 +23,16 @@ struct Profile {
   typename Unit::Doubles amplitude;
 };
 
-/// At amplitude 1, amplitude * k is k itself.
-template <class Unit, bool kUnitAmplitude>
+template <class Unit>
 inline typename Unit::Doubles Force(const Profile<Unit>& p, typename Unit::Doubles d2) {
   const auto k = Unit::Subtract(Unit::Broadcast(1.0), Unit::Multiply(d2, p.inv));
-  return Unit::Multiply(kUnitAmplitude ? k : Unit::Multiply(p.amplitude, k), k);
+  return Unit::Multiply(Unit::Multiply(p.amplitude, k), k);
 }
 
-template <class Unit, bool kUnitAmplitude>
-inline void AddOne(const Profile<Unit>& p, float* cells, typename Unit::Doubles d2) {
-  Unit::AddWhereLess(cells, d2, p.r2, Force<Unit, kUnitAmplitude>(p, d2));
-}
-
-template <class Unit, bool kUnitAmplitude>
+template <class Unit>
 inline void AddTwo(const Profile<Unit>& p, float* cells, typename Unit::Doubles low,
                    typename Unit::Doubles high) {
-  Unit::AddWhereLess(cells, low, high, p.r2, Force<Unit, kUnitAmplitude>(p, low),
-                     Force<Unit, kUnitAmplitude>(p, high));
+  Unit::AddWhereLess(cells, low, high, p.r2, Force<Unit>(p, low), Force<Unit>(p, high));
 }
 
 template <class Unit>
@@ -58,16 +52,6 @@ inline typename Unit::Doubles NextColumns(const BlobBox& box, double& dx) {
   }
   const auto distances = Unit::Gathered(steps);
   return Unit::Multiply(distances, distances);
-}
-
-/// Added to a vector of squared distances: leaves the first columns as they are and puts the others
-/// out of reach.
-template <class Unit>
-inline typename Unit::Doubles Beyond(int columns) {
-  constexpr double kInf = __builtin_inf();
-  static constexpr double kEdge[16] = {0,    0,    0,    0,    0,    0,    0,    0,
-                                       kInf, kInf, kInf, kInf, kInf, kInf, kInf, kInf};
-  return Unit::Load(kEdge + 8 - columns);
 }
 
 inline constexpr int kMostRows = 64;
@@ -97,38 +81,6 @@ class Rows {
   typename Unit::Doubles height_;
 };
 
-/// The whole box at a fixed trip count: for a narrow blob cheaper than to ask which columns of a
-/// row it covers.
-template <class Unit, bool kUnitAmplitude, int kVectors>
-void AddNarrow(const BlobBox& box) {
-  constexpr int kLanes = Unit::kLanes;
-  const Profile<Unit> p = ProfileOf<Unit>(box);
-  typename Unit::Doubles dx2[kVectors];
-  double dx = box.dx;
-  for (auto& columns : dx2) columns = NextColumns<Unit>(box, dx);
-  constexpr int kLast = kVectors - 1;
-  dx2[kLast] = Unit::Add(dx2[kLast], Beyond<Unit>(box.columns - kLast * kLanes));
-
-  Rows<Unit> distances(box);
-  for (int top = 0; top < box.rows; top += kMostRows) {
-    const int rows = Least(box.rows - top, kMostRows);
-    alignas(64) double dy2[kMostRows];
-    distances.Next(rows, dy2);
-    for (int y = 0; y < rows; ++y) {
-      float* const cells = box.Row(top + y);
-      const auto d = Unit::Broadcast(dy2[y]);
-#pragma GCC unroll 8
-      for (int i = 0; i + 1 < kVectors; i += 2) {
-        AddTwo<Unit, kUnitAmplitude>(p, cells + i * kLanes, Unit::Add(dx2[i], d),
-                                     Unit::Add(dx2[i + 1], d));
-      }
-      if constexpr (kVectors % 2 != 0) {
-        AddOne<Unit, kUnitAmplitude>(p, cells + kLast * kLanes, Unit::Add(dx2[kLast], d));
-      }
-    }
-  }
-}
-
 /// The blocks of columns that have cells inside the blob, followed from row to row. Distances fall
 /// and then rise along a row, in rounded numbers too, so that they are one run.
 template <int kBlock>
@@ -152,8 +104,8 @@ struct Chord {
   }
 };
 
-template <class Unit, bool kUnitAmplitude>
-void AddWide(const BlobBox& box) {
+template <class Unit>
+void AddBlob(const BlobBox& box) {
   constexpr int kLanes = Unit::kLanes;
   constexpr int kBlock = 2 * kLanes;
   constexpr int kMostColumns = 1024;  // 8 KiB of distances, which stay in the first cache
@@ -177,40 +129,11 @@ void AddWide(const BlobBox& box) {
         float* const cells = box.Row(top + y) + left;
         const auto d = Unit::Broadcast(dy2[y]);
         for (int x = chord.first * kBlock; x < chord.last * kBlock; x += kBlock) {
-          AddTwo<Unit, kUnitAmplitude>(p, cells + x, Unit::Add(Unit::Load(dx2 + x), d),
-                                       Unit::Add(Unit::Load(dx2 + x + kLanes), d));
+          AddTwo<Unit>(p, cells + x, Unit::Add(Unit::Load(dx2 + x), d),
+                       Unit::Add(Unit::Load(dx2 + x + kLanes), d));
         }
       }
     }
-  }
-}
-
-template <class Unit, bool kUnitAmplitude>
-void AddBlobOfAmplitude(const BlobBox& box) {
-  switch ((box.columns + Unit::kLanes - 1) / Unit::kLanes) {
-    case 1:
-      return AddNarrow<Unit, kUnitAmplitude, 1>(box);
-    case 2:
-      return AddNarrow<Unit, kUnitAmplitude, 2>(box);
-    case 3:
-      return AddNarrow<Unit, kUnitAmplitude, 3>(box);
-    case 4:
-      return AddNarrow<Unit, kUnitAmplitude, 4>(box);
-    case 5:
-      return AddNarrow<Unit, kUnitAmplitude, 5>(box);
-    case 6:
-      return AddNarrow<Unit, kUnitAmplitude, 6>(box);
-    default:
-      return AddWide<Unit, kUnitAmplitude>(box);
-  }
-}
-
-template <class Unit>
-void AddBlob(const BlobBox& box) {
-  if (box.amplitude == 1.0) {
-    AddBlobOfAmplitude<Unit, true>(box);
-  } else {
-    AddBlobOfAmplitude<Unit, false>(box);
   }
 }
 

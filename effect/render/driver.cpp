@@ -113,6 +113,8 @@ PF_Err RenderThisSmart(Fxenv& env) {
   PF_EffectWorld* const output = env.output;
   const FX_PARc scales(in);
   const FrameGeometry geometry(env, scales);
+  RIPInfo<Pixel> info{};  // outlives the scratch world
+  info.inData = in;
 
   const ControlsAt frame = ControlsAt::Frame(in);
   const double span = frame.Slider(kTimeSpan);
@@ -144,7 +146,9 @@ PF_Err RenderThisSmart(Fxenv& env) {
     return err;
   }
 
-  const Stroke stroke{.time = time,
+  const Stroke stroke{.in_data = in,
+                      .field = field,
+                      .time = time,
                       .frame_count = frame_count,
                       .frame_unit = 30.0 / frames_per_second,
                       .paint_style = paint_style,
@@ -154,10 +158,9 @@ PF_Err RenderThisSmart(Fxenv& env) {
                       .shift_y = geometry.shift_y,
                       .scales = {scales.aspectInverse, scales.toLayerX, scales.toLayerY,
                                  scales.toBufferX, scales.toBufferY}};
-  if (const PF_Err err = LayStroke(in, stroke, field); err != 0) return err;
+  if (const PF_Err err = LayStroke(stroke); err != 0) return err;
 
   using Services = DepthServices<Pixel>;
-  RIPInfo<Pixel> info{};
   info.reflectionScale = geometry.layer_width * reflection * kReflectionReach;
   info.areaSample = env.suites.Use(Services::kSampling, &PF_SamplingSuite<Pixel>::area_sample);
   info.lightShade = BuildLightShade<Pixel>(env, scales, geometry);
@@ -179,7 +182,6 @@ PF_Err RenderThisSmart(Fxenv& env) {
                .y_radius = kHalfPixel,
                .area = 4 * FixMul(kHalfPixel, kHalfPixel),
                .src = env.input};
-  info.inData = in;
   return Services::Iterator(*in)(in, 0, output->height, nullptr, nullptr, &info, BlobRIP<Pixel>,
                                  output);
 }

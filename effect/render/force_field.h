@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
+#include "host/scales.h"
 #include "light/geometry.h"
-#include "render/scales.h"
 
 namespace vorlin {
 

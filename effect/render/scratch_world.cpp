@@ -5,11 +5,7 @@
 namespace vorlin {
 
 FX_NewWorld::~FX_NewWorld() {
-  // May run while an exception passes; one more must not end the process.
-  try {
-    Dispose();
-  } catch (...) {  // as with its result: not examined
-  }
+  IgnoringExceptions([this] { Dispose(); });
 }
 
 PF_Err FX_NewWorld::New(A_long width, A_long height, PF_PixelFormat new_format, bool clear) {
@@ -37,11 +33,11 @@ PF_Err FX_NewWorld::New(A_long width, A_long height, PF_PixelFormat new_format, 
 
 PF_Err FX_NewWorld::Dispose() {
   if (!allocated) return PF_Err_NONE;
-  return UseThenGiveBack([&] { return Disposal(format)(env->inData->effect_ref, &world); },
-                         [&] {
-                           world = {};
-                           allocated = false;
-                         });
+  const GiveBack forget([this] {
+    world = {};
+    allocated = false;
+  });
+  return Disposal(format)(env->inData->effect_ref, &world);
 }
 
 FX_NewWorld::DisposeFunction FX_NewWorld::Disposal(PF_PixelFormat of) const {

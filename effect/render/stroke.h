@@ -8,6 +8,8 @@ namespace vorlin {
 
 /// What the frame fixes for all samples.
 struct Stroke {
+  PF_InData* in_data;
+  PF_EffectWorld* field;
   FX_TimeInfo time;    // localTimeStep > 0
   double frame_count;  // length of the stroke in frames of the layer
   double frame_unit;   // one frame in thirtieths of a second
@@ -23,6 +25,6 @@ struct Stroke {
 /// 1 / density layer units apart. Reports progress after each slice that is drawn and returns the
 /// host's code when that is not 0. Rewrites the process's random state, so that no two strokes may
 /// be laid at once.
-PF_Err LayStroke(PF_InData* in_data, const Stroke& stroke, PF_EffectWorld* field);
+PF_Err LayStroke(const Stroke& stroke);
 
 }  // namespace vorlin

@@ -7,8 +7,8 @@
 #include "fake_host.h"
 #include "host/control_values.h"
 #include "host/supervision.h"
-#include "render/color_control.h"
-#include "render/pixel.h"
+#include "light/color_control.h"
+#include "light/pixel.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "oracle.h"
 #include "render/force_field.h"
-#include "render/scales.h"
+#include "host/scales.h"
 #include "render/time_info.h"
 
 namespace {

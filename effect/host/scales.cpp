@@ -1,4 +1,4 @@
-#include "render/scales.h"
+#include "host/scales.h"
 
 namespace vorlin {
 

@@ -1,9 +1,9 @@
-#include "render/color_control.h"
+#include "light/color_control.h"
 
 #include <optional>
 
 #include "host/control_values.h"
-#include "render/pixel.h"
+#include "light/pixel.h"
 
 namespace vorlin {
 namespace {
