@@ -6,6 +6,7 @@
 #include <string>
 
 #include "errors.h"
+#include "file_pattern.h"
 #include "invariant.h"
 #include "pf_effect.h"
 #include "scene.h"
@@ -24,14 +25,14 @@ const hosting::Effect& TheEffect() {
 
 /// No file is read: every layer is the same picture.
 app::LayerSource OpenNothing(const std::filesystem::path& path) {
+  const app::FilePattern pattern(path);  // refuses some names
   static const hosting::PictureSource kPicture =
       hosting::Still(hosting::Picture(2, 1, std::vector<std::uint8_t>(8)));
-  const app::FilePattern pattern(path);
   return {kPicture, [path](std::int64_t) { return path; }, 640, 360};
 }
 
 app::Scene Read(const app::JsonText& json) {
-  return app::ReadScene(json, "folder", TheEffect(), {}, OpenNothing);
+  return app::ReadScene(json, "folder", TheEffect(), OpenNothing);
 }
 
 /// The number that text begins with, which is taken off together with the colon behind it; 0 when

@@ -4,6 +4,7 @@
 #include <json/json.h>
 
 #include "control_list.h"
+#include "layer_source.h"
 #include "program_paths.h"
 #include "scene.h"
 #include "scene_schema.h"
@@ -31,7 +32,7 @@ void RunControls(const AboutArguments& arguments) {
   const hosting::Effect effect(FindEffect(arguments.effect));
   hosting::Panel panel = effect.InitialPanel();
   if (!arguments.scene.empty()) {
-    panel = effect.Supervise(ReadScene(arguments.scene, effect).setup, 0, panel);
+    panel = effect.Supervise(ReadScene(arguments.scene, effect, OpenLayer).setup, 0, panel);
   }
   if (arguments.json) {
     PrintJson(ControlsAsJson(effect.controls(), panel));
@@ -42,7 +43,7 @@ void RunControls(const AboutArguments& arguments) {
 
 void RunCheck(const AboutArguments& arguments) {
   const hosting::Effect effect(FindEffect(arguments.effect));
-  const Scene scene = ReadScene(arguments.scene, effect);
+  const Scene scene = ReadScene(arguments.scene, effect, OpenLayer);
   const hosting::Setup& setup = scene.setup;
   fmt::print("{}: good: {} x {} pixels, {} frames at {} a second, {} lights\n",
              arguments.scene.string(), setup.width, setup.height, scene.frames,

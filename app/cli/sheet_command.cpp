@@ -13,6 +13,7 @@
 #include "file_pattern.h"
 #include "frame_range.h"
 #include "labels.h"
+#include "layer_source.h"
 #include "output_file.h"
 #include "over.h"
 #include "picture_file.h"
@@ -123,7 +124,8 @@ void SheetOfScene(const SheetArguments& arguments) {
   RunRender(render);
 
   const hosting::Effect effect(FindEffect(render.effect));
-  const hosting::TimeBase time = ReadScene(render.scene, effect, render.changes).setup.time;
+  const hosting::TimeBase time =
+      ReadScene(render.scene, effect, OpenLayer, render.changes).setup.time;
   Strip strip{FilePattern(render.shots.output), {}, [&](int number) {
                 return fmt::format("{}  {:.2f} s", number, number / time.frame_rate().value());
               }};

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "errors.h"
+#include "file_pattern.h"
 #include "picture_file.h"
 
 namespace app {

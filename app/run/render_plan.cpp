@@ -8,6 +8,7 @@
 
 #include "errors.h"
 #include "interrupt.h"
+#include "layer_source.h"
 #include "output_file.h"
 #include "program_paths.h"
 
@@ -65,7 +66,7 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
     : arguments_(arguments),
       effect_file_(FindEffect(arguments.effect)),
       effect_(effect_file_),
-      scene_(ReadScene(arguments.scene, effect_, arguments.changes)),
+      scene_(ReadScene(arguments.scene, effect_, OpenLayer, arguments.changes)),
       region_(ParseRegion(arguments.region)),
       movie_(MovieFor(arguments)),
       format_(FormatFor(arguments, movie_.has_value())),

@@ -7,7 +7,6 @@
 
 #include "errors.h"
 #include "hosting/errors.h"
-#include "layer_source.h"
 #include "scene_controls.h"
 #include "scene_lights.h"
 #include "scene_values.h"
@@ -90,13 +89,13 @@ void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) 
 }  // namespace
 
 Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
-                const SceneChanges& changes) {
-  return ReadScene(JsonText::Read(path), path.parent_path(), effect, changes);
+                const LayerOpener& open, const SceneChanges& changes) {
+  return ReadScene(JsonText::Read(path), path.parent_path(), effect, open, changes);
 }
 
 Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
-                const hosting::Effect& effect, const SceneChanges& changes,
-                const LayerOpener& open) {
+                const hosting::Effect& effect, const LayerOpener& open,
+                const SceneChanges& changes) {
   const Json::Value& root = json.root();
   CheckKeys(json, root, "a scene",
             {"$schema", "layer", "frame_rate", "duration", "pixel_aspect", "controls", "lights",

@@ -1,5 +1,6 @@
 #include "path_import.h"
 
+#include "layer_source.h"
 #include "scene.h"
 #include "support.h"
 #include "svg_drawing.h"
@@ -194,7 +195,7 @@ TEST_F(ImportedPaths, FitIntoAScene) {
   EXPECT_EQ(result.exit_code, 0) << result.err;
   WriteText("path.json",
             R"({"layer": "plate.png", "duration": 3, "controls": {)" + result.out + "}}");
-  const Scene scene = ReadScene("path.json", TheEffect());
+  const Scene scene = ReadScene("path.json", TheEffect(), OpenLayer);
   const auto& track = std::get<hosting::Track<Point>>(scene.setup.controls.TrackOf(1));
   EXPECT_EQ(track.At(0.5), (Point{4, 4}));
   EXPECT_NEAR(track.At(1.25).x, 17, 1e-4);  // half of the length

@@ -1,5 +1,6 @@
 #include "scene.h"
 
+#include "layer_source.h"
 #include "support.h"
 
 namespace app {
@@ -12,7 +13,7 @@ class Scenes : public InFolder {
 
   static Scene Read(const std::string& text) {
     WriteText("scene.json", text);
-    return ReadScene("scene.json", TheEffect());
+    return ReadScene("scene.json", TheEffect(), OpenLayer);
   }
   /// A scene with these controls.
   static Scene ReadControls(const std::string& controls) {

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "hosting/render.h"
+#include "layer_source.h"
 #include "over.h"
 #include "scene.h"
 
@@ -17,7 +18,7 @@ const Effect& TheEffect() {
 }
 
 app::Scene Read(const std::string& name) {
-  return app::ReadScene(std::filesystem::path(SCENES) / name, TheEffect());
+  return app::ReadScene(std::filesystem::path(SCENES) / name, TheEffect(), app::OpenLayer);
 }
 
 /// The stroke over its layer at that time, and the stroke alone.
