@@ -52,14 +52,14 @@ struct Strip {
   A_long time = 0;
 };
 
-/// A corner of a layer that the brush never comes to. No strength: slices are read but not drawn.
+/// A frame of few pixels. No strength: slices are read but not drawn.
 Strip StripOf(int brush_frames, bool strength) {
   bench::BrushScene scene;
   scene.brush_frames = brush_frames;
   Strip strip;
   strip.setup = bench::SetupOf(scene);
   strip.options.threads = 1;
-  strip.options.region = PF_LRect{0, 0, 16, 16};
+  strip.options.downsample_x = strip.options.downsample_y = hosting::Rational(1, 64);
   if (!strength) strip.setup.controls.Set("Strength", Track<double>(0));
   strip.time = bench::ShownTime(scene, strip.setup);
   return strip;

@@ -67,7 +67,8 @@ std::vector<PF_ParamDef> Records(const app::Scene& scene) {
     for (const hosting::ControlInfo& control : setup.controls.controls()) {
       records.push_back(setup.controls.At(control.index, seconds, 1, 1));
     }
-    for (const hosting::Layer& layer : setup.composition.layers) layer.light.ToWorld(seconds);
+    for (const hosting::Layer& layer : setup.composition.layers)
+      layer.light.ToWorld(seconds, setup.pixel_aspect.value());
   }
   return records;
 }

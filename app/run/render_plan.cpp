@@ -143,23 +143,16 @@ std::uint64_t RenderPlan::BytesAWorker() const {
   return pixels * (6 * hosting::PixelSize(arguments_.depth) + kTableBytes) + kRest;
 }
 
-std::optional<std::int64_t> RenderPlan::LayerFrame(const Shot& shot) const {
-  const hosting::Setup& setup = scene_.setup;
-  if (!setup.layer_span.Holds(setup.time.Seconds(shot.time))) return std::nullopt;
-  const std::int64_t time = std::int64_t{shot.time} - setup.layer_start;
-  const std::int64_t step = setup.time.layer_step();
-  return time / step - (time % step < 0 ? 1 : 0);
-}
-
 std::shared_ptr<const hosting::Picture> RenderPlan::Layer(const Shot& shot) const {
-  const auto frame = LayerFrame(shot);
+  const auto frame = scene_.setup.LayerFrame(shot.time);
   return frame ? scene_.setup.picture(*frame) : nullptr;
 }
 
 std::string RenderPlan::Software(const Shot& shot) const {
   Fingerprint fingerprint = common_;
   fingerprint.Add(std::to_string(shot.time));
-  if (const auto frame = LayerFrame(shot)) fingerprint.AddFile(scene_.layer_file(*frame));
+  if (const auto frame = scene_.setup.LayerFrame(shot.time))
+    fingerprint.AddFile(scene_.layer_file(*frame));
   return fmt::format("vorlin {}, fingerprint {}", VORLIN_VERSION, fingerprint.Text());
 }
 

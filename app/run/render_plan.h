@@ -52,7 +52,6 @@ class RenderPlan {
 
  private:
   void AddCommonFingerprint();
-  std::optional<std::int64_t> LayerFrame(const Shot& shot) const;
   void LeaveOutWhatIsUpToDate();
 
   const RenderArguments& arguments_;

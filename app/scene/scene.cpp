@@ -54,9 +54,9 @@ void ReadLayerTimes(const JsonText& json, const Json::Value& root, hosting::Setu
       json.FailAt(*start, error.what());
     }
   }
-  if (const Json::Value* in = Find(root, "layer_in")) setup.layer_span.in = ReadNumber(json, *in);
-  if (const Json::Value* out = Find(root, "layer_out"))
-    setup.layer_span.out = ReadNumber(json, *out);
+  hosting::Span& span = setup.composition.EffectLayer().span;
+  if (const Json::Value* in = Find(root, "layer_in")) span.in = ReadNumber(json, *in);
+  if (const Json::Value* out = Find(root, "layer_out")) span.out = ReadNumber(json, *out);
 }
 
 void ApplyPreset(const std::filesystem::path& path, hosting::ControlTracks& controls) {

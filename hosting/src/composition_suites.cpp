@@ -50,10 +50,7 @@ double CompSeconds(const Setup& setup, AEGP_LTimeMode mode, const A_Time& time) 
 PF_Err GetEffectLayer(PF_ProgPtr effect_ref, AEGP_LayerH* layer) {
   if (Command::Of(effect_ref) == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
   return AboutComposition(CallKind::kGetEffectLayer, {}, [&](const Setup& setup) -> PF_Err {
-    *layer = nullptr;
-    for (const Layer& candidate : setup.composition.layers) {
-      if (candidate.kind == Layer::Kind::kEffect) *layer = Handle(candidate);
-    }
+    *layer = Handle(setup.composition.EffectLayer());
     return PF_Err_NONE;
   });
 }
@@ -122,13 +119,14 @@ PF_Err GetLayerObjectType(AEGP_LayerH layer, AEGP_ObjectType* object_type) {
 
 PF_Err GetLayerToWorldXform(AEGP_LayerH layer, const A_Time*, const A_Time* comp_time,
                             A_Matrix4* transform) {
-  return AboutLayer(
-      CallKind::kGetLayerToWorldXform, layer, Arg("t", comp_time->value),
-      [&](const Setup& setup, const Layer& asked) -> PF_Err {
-        // Other layers lie flat in the world: the identity, as a light at rest has.
-        *transform = asked.light.ToWorld(CompSeconds(setup, AEGP_LTimeMode_CompTime, *comp_time));
-        return PF_Err_NONE;
-      });
+  return AboutLayer(CallKind::kGetLayerToWorldXform, layer, Arg("t", comp_time->value),
+                    [&](const Setup& setup, const Layer& asked) -> PF_Err {
+                      // Other layers lie flat in the world: the identity, as a light at rest has.
+                      *transform = asked.light.ToWorld(
+                          CompSeconds(setup, AEGP_LTimeMode_CompTime, *comp_time),
+                          setup.pixel_aspect.value());
+                      return PF_Err_NONE;
+                    });
 }
 
 PF_Err GetLightType(AEGP_LayerH light_layer, AEGP_LightType* light_type) {
@@ -158,16 +156,16 @@ PF_Err StreamValue(const Light& light, AEGP_LayerStream stream, double seconds,
   type = stream == AEGP_LayerStream_COLOR ? AEGP_StreamType_COLOR : AEGP_StreamType_OneD;
   switch (stream) {
     case AEGP_LayerStream_INTENSITY:
-      value.one_d = light.intensity.At(seconds);
+      value.one_d = light.IntensityAt(seconds);
       return PF_Err_NONE;
     case AEGP_LayerStream_CONE_ANGLE:
-      value.one_d = light.cone_angle.At(seconds);
+      value.one_d = light.ConeAngleAt(seconds);
       return PF_Err_NONE;
     case AEGP_LayerStream_CONE_FEATHER:
-      value.one_d = light.cone_feather.At(seconds);
+      value.one_d = light.ConeFeatherAt(seconds);
       return PF_Err_NONE;
     case AEGP_LayerStream_COLOR: {
-      const Color color = light.color.At(seconds);
+      const Color color = light.ColorAt(seconds);
       value.color = {1, color.red, color.green, color.blue};
       return PF_Err_NONE;
     }

@@ -231,9 +231,7 @@ PF_ParamDef ControlTracks::At(int index, double seconds, double downsample_x,
 Color ControlTracks::ColorAt(int index, double seconds) const {
   const auto* track = std::get_if<Track<Color>>(&TrackOf(index));
   if (track == nullptr) throw Error(Label(Control(index)) + " is no colour");
-  const Color color = track->At(seconds);
-  const auto clamped = [](double v) { return std::clamp(v, 0.0, 1.0); };
-  return {clamped(color.red), clamped(color.green), clamped(color.blue)};
+  return Within(track->At(seconds), {0, 1});
 }
 
 }  // namespace hosting

@@ -32,12 +32,6 @@ std::string Text(const PF_LRect& r) {
          std::to_string(r.right) + ", " + std::to_string(r.bottom) + ")";
 }
 
-/// The frame of the layer that is shown at a layer time.
-std::int64_t LayerFrame(A_long layer_time, A_long layer_step) {
-  const std::int64_t frame = layer_time / layer_step;
-  return layer_time % layer_step < 0 ? frame - 1 : frame;
-}
-
 }  // namespace
 
 struct Renderer::State {
@@ -54,7 +48,7 @@ struct Renderer::State {
     if (IsEmpty(region)) region = {region.left, region.top, region.left, region.top};
   }
 
-  PreparedLayer& LayerAt(A_long layer_time);
+  void ShowLayer(std::int64_t frame);
   World RenderSmart(A_long layer_time);
   World RenderClassic(A_long layer_time);
   void Attach(Command& command, A_long layer_time);
@@ -95,13 +89,10 @@ World Renderer::State::AsRegion(World output) const {
   return picture;
 }
 
-PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
-  const std::shared_ptr<const Picture> picture =
-      setup.picture(LayerFrame(layer_time, setup.time.layer_step()));
-  if (layer && layer->picture == picture) return *layer;
-  if (!picture)
-    throw Error("the layer has no picture at " + std::to_string(setup.time.Seconds(layer_time)) +
-                " s");
+void Renderer::State::ShowLayer(std::int64_t frame) {
+  const std::shared_ptr<const Picture> picture = setup.picture(frame);
+  if (!picture) throw Error("the layer has no picture for its frame " + std::to_string(frame));
+  if (layer && layer->picture == picture) return;
   if (picture->width() != setup.width || picture->height() != setup.height) {
     throw Error("the layer's picture has " + std::to_string(picture->width()) + " x " +
                 std::to_string(picture->height()) + " pixels, the layer " +
@@ -113,7 +104,6 @@ PreparedLayer& Renderer::State::LayerAt(A_long layer_time) {
       picture->ToWorld(options.depth, options.downsample_x, options.downsample_y, options.layout,
                        memory),
       memory);
-  return *layer;
 }
 
 void Renderer::State::Attach(Command& command, A_long layer_time) {
@@ -134,8 +124,10 @@ void Renderer::State::PlaceWorlds(const World& output) {
 World Renderer::State::RenderSmart(A_long layer_time) {
   SmartFrame smart;
   smart.bounds = bounds;
+  // A part alone would differ from the whole where the effect looks past its edge or places lights
+  // by its corner: regions are cut out of the whole.
   PF_RenderRequest request{};
-  request.rect = region;
+  request.rect = bounds;
 
   Command pre(effect->entry(), PF_Cmd_SMART_PRE_RENDER, options.observer);
   Attach(pre, layer_time);
@@ -194,15 +186,14 @@ const RenderOptions& Renderer::options() const { return state_->options; }
 
 Frame Renderer::Render(A_long comp_time) {
   State& s = *state_;
-  if (!s.setup.layer_span.Holds(s.setup.time.Seconds(comp_time))) {
-    return {s.Blank(), nullptr, {}};
-  }
+  const std::optional<std::int64_t> layer_frame = s.setup.LayerFrame(comp_time);
+  if (!layer_frame) return {s.Blank(), nullptr, {}};
   const std::int64_t layer_time = std::int64_t{comp_time} - s.setup.layer_start;
-  if (layer_time != static_cast<A_long>(layer_time)) {
+  const auto time = static_cast<A_long>(layer_time);
+  if (layer_time != time) {
     throw Error("a time that far from the layer's start does not fit into 32 bits");
   }
-  const auto time = static_cast<A_long>(layer_time);
-  s.LayerAt(time);
+  s.ShowLayer(*layer_frame);
   World picture = s.options.smart ? s.RenderSmart(time) : s.RenderClassic(time);
   return {std::move(picture), {s.layer, &s.layer->world}, std::move(s.worlds)};
 }

@@ -5,10 +5,18 @@
 #include "hosting/errors.h"
 
 namespace hosting {
+
 PictureSource Still(Picture picture) {
   return [shared = std::make_shared<const Picture>(std::move(picture))](std::int64_t) {
     return shared;
   };
+}
+
+std::optional<std::int64_t> Setup::LayerFrame(A_long comp_time) const {
+  if (!composition.EffectLayer().ActiveAt(time.Seconds(comp_time))) return std::nullopt;
+  const std::int64_t layer_time = std::int64_t{comp_time} - layer_start;
+  const std::int64_t frame = layer_time / time.layer_step();
+  return layer_time % time.layer_step() < 0 ? frame - 1 : frame;
 }
 
 void Setup::Check() const {

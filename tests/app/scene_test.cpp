@@ -158,7 +158,8 @@ TEST_F(Scenes, KeepWhatTheySay) {
   EXPECT_EQ(setup.time.layer_step() * 24, static_cast<A_long>(setup.time.scale()));
   EXPECT_EQ(setup.pixel_aspect, hosting::Rational(10, 11));
   EXPECT_EQ(setup.layer_start, setup.time.Time(0.5));
-  EXPECT_TRUE(setup.layer_span.Holds(1) && !setup.layer_span.Holds(1.5));
+  const hosting::Span span = setup.composition.EffectLayer().span;
+  EXPECT_TRUE(span.Holds(1) && !span.Holds(1.5));
   EXPECT_EQ(setup.width, 64);
   EXPECT_EQ(setup.height, 36);
 

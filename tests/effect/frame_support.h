@@ -80,7 +80,7 @@ inline std::vector<oracle::CompositionLight> LightsAt(const hosting::Setup& setu
     const hosting::Light& l = layer.light;
     const hosting::Color c = l.color.At(seconds);
     lights.push_back({static_cast<AEGP_LightType>(l.kind),
-                      l.ToWorld(seconds),
+                      l.ToWorld(seconds, setup.pixel_aspect.value()),
                       l.intensity.At(seconds),
                       {c.red, c.green, c.blue},
                       l.cone_angle.At(seconds),

@@ -3,109 +3,132 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 
 #include "refusal.h"
 
 namespace hosting {
 namespace {
 
-struct Rows {
-  Vec3 x, y, z, at;
-};
-
-void ExpectMatrix(const Light& light, const Rows& rows, const char* what) {
-  const A_Matrix4 m = light.ToWorld(0);
-  const Vec3 expected[] = {rows.x, rows.y, rows.z, rows.at};
-  for (int r = 0; r < 4; ++r) {
-    EXPECT_NEAR(m.mat[r][0], expected[r].x, 1e-12) << what << " row " << r;
-    EXPECT_NEAR(m.mat[r][1], expected[r].y, 1e-12) << what << " row " << r;
-    EXPECT_NEAR(m.mat[r][2], expected[r].z, 1e-12) << what << " row " << r;
-    EXPECT_EQ(m.mat[r][3], r == 3 ? 1 : 0) << what;
-  }
-}
-
-Light At(Vec3 position) {
+Light Lit(Vec3 position, std::optional<Vec3> target = {}, Vec3 degrees = {}) {
   Light light;
   light.position = position;
-  return light;
-}
-
-Light Aimed(Vec3 position, Vec3 target) {
-  Light light = At(position);
-  light.target = Track<Vec3>(target);
-  return light;
-}
-
-Light Turned(Vec3 degrees) {
-  Light light;
+  if (target) light.target = Track<Vec3>(*target);
   light.rotation = degrees;
   return light;
 }
 
+Light Turned(Vec3 degrees) { return Lit({}, {}, degrees); }
+
 TEST(Light, ShinesAlongItsOwnZAxis) {
   const double r = std::sqrt(0.5);
   const Vec3 x{1, 0, 0}, y{0, 1, 0}, z{0, 0, 1}, o{};
-  ExpectMatrix(At({100, 200, -300}), {x, y, z, {100, 200, -300}}, "at rest");
-  ExpectMatrix(Aimed({5, 6, -7}, {5, 6, 20}), {x, y, z, {5, 6, -7}}, "straight ahead");
-  ExpectMatrix(Aimed(o, {10, 0, 0}), {{0, 0, -1}, y, x, o}, "to the right");
-  ExpectMatrix(Aimed(o, {0, 0, -2}), {{-1, 0, 0}, y, {0, 0, -1}, o}, "toward the viewer");
-  ExpectMatrix(Aimed(o, {0, 8, 0}), {x, {0, 0, -1}, y, o}, "straight down");
-  ExpectMatrix(Aimed(o, {0, -8, 0}), {x, z, {0, -1, 0}, o}, "straight up");
-  ExpectMatrix(Aimed(o, {0, 3, 3}), {x, {0, r, -r}, {0, r, r}, o}, "down and away");
-  ExpectMatrix(Aimed({1, 2, 3}, {1, 2, 3}), {x, y, z, {1, 2, 3}}, "target on the light");
-  ExpectMatrix(Turned({90, 0, 0}), {x, z, {0, -1, 0}, o}, "about x: y to z");
-  ExpectMatrix(Turned({0, 90, 0}), {{0, 0, -1}, y, x, o}, "about y: z to x");
-  ExpectMatrix(Turned({0, 0, 90}), {y, {-1, 0, 0}, z, o}, "about z: x to y");
-  // z first, then y: x -> y -> y; y -> -x -> z; z -> z -> x.
-  ExpectMatrix(Turned({0, 90, 90}), {y, z, x, o}, "about z, then y");
-  // then x: y -> z.
-  ExpectMatrix(Turned({90, 90, 90}), {z, {0, -1, 0}, x, o}, "about z, y, then x");
-  ExpectMatrix(Turned({360, -720, 1080}), {x, y, z, o}, "whole turns");
-  Light both = Aimed(o, {10, 0, 0});
-  both.rotation = Vec3{0, 0, 90};
-  ExpectMatrix(both, {y, {0, 0, 1}, x, o}, "turned about its way");
+  const struct {
+    const char* what;
+    Light light;
+    Vec3 rows[4];  // x, y, z axes and position
+    double pixel_aspect = 1;
+  } cases[] = {
+      {"at rest", Lit({100, 200, -300}), {x, y, z, {100, 200, -300}}},
+      {"straight ahead", Lit({5, 6, -7}, Vec3{5, 6, 20}), {x, y, z, {5, 6, -7}}},
+      {"to the right", Lit(o, Vec3{10, 0, 0}), {{0, 0, -1}, y, x, o}},
+      {"toward the viewer", Lit(o, Vec3{0, 0, -2}), {{-1, 0, 0}, y, {0, 0, -1}, o}},
+      {"straight down", Lit(o, Vec3{0, 8, 0}), {x, {0, 0, -1}, y, o}},
+      {"straight up", Lit(o, Vec3{0, -8, 0}), {x, z, {0, -1, 0}, o}},
+      {"down and away", Lit(o, Vec3{0, 3, 3}), {x, {0, r, -r}, {0, r, r}, o}},
+      {"target on the light", Lit({1, 2, 3}, Vec3{1, 2, 3}), {x, y, z, {1, 2, 3}}},
+      {"about x: y to z", Turned({90, 0, 0}), {x, z, {0, -1, 0}, o}},
+      {"about y: z to x", Turned({0, 90, 0}), {{0, 0, -1}, y, x, o}},
+      {"about z: x to y", Turned({0, 0, 90}), {y, {-1, 0, 0}, z, o}},
+      {"about z, then y", Turned({0, 90, 90}), {y, z, x, o}},
+      {"about z, y, then x", Turned({90, 90, 90}), {z, {0, -1, 0}, x, o}},
+      {"turned about its way", Lit(o, Vec3{10, 0, 0}, {0, 0, 90}), {y, {0, 0, 1}, x, o}},
+      // Pixels twice as wide as high: 5 of them are as far as 10 rows.
+      {"wide, at rest", Lit({480, 7, -9}), {{0.5, 0, 0}, y, z, {480, 7, -9}}, 2},
+      {"wide, aslant", Lit(o, Vec3{5, 0, 10}), {{r / 2, 0, -r}, y, {r / 2, 0, r}, o}, 2},
+      {"wide, turned", Turned({0, 0, 90}), {y, {-0.5, 0, 0}, z, o}, 2},
+      {"narrow, to the right", Lit(o, Vec3{9, 0, 0}), {{0, 0, -1}, y, {2, 0, 0}, o}, 0.5},
+  };
+  for (const auto& c : cases) {
+    const A_Matrix4 m = c.light.ToWorld(0, c.pixel_aspect);
+    for (int row = 0; row < 4; ++row) {
+      EXPECT_NEAR(m.mat[row][0], c.rows[row].x, 1e-12) << c.what << ", row " << row;
+      EXPECT_NEAR(m.mat[row][1], c.rows[row].y, 1e-12) << c.what << ", row " << row;
+      EXPECT_NEAR(m.mat[row][2], c.rows[row].z, 1e-12) << c.what << ", row " << row;
+      EXPECT_EQ(m.mat[row][3], row == 3 ? 1 : 0) << c.what;
+    }
+  }
 }
 
-TEST(Light, MovesWithItsKeys) {
+/// From one value to another in a second, far beyond both in between.
+template <class Value>
+Track<Value> Overshooting(Value from, Value to) {
+  return Track<Value>({{.seconds = 0, .value = from, .out = {0.3, -2}},
+                       {.seconds = 1, .value = to, .in = {0.3, -2}}});
+}
+
+TEST(Light, KeepsCurvesThatOvershootInRange) {
   Light light;
-  light.position =
-      Track<Vec3>({{.seconds = 0, .value = {0, 0, 0}}, {.seconds = 2, .value = {100, 40, -20}}});
-  const A_Matrix4 m = light.ToWorld(1.5);
-  EXPECT_EQ(m.mat[3][0], 75);
-  EXPECT_EQ(m.mat[3][1], 30);
-  EXPECT_EQ(m.mat[3][2], -15);
-}
-
-TEST(Layer, IsActiveFromInUpToOut) {
-  Layer layer{Layer::Kind::kLight, "Key", true, {1, 2}, {}};
-  EXPECT_FALSE(layer.ActiveAt(0.999));
-  EXPECT_TRUE(layer.ActiveAt(1));
-  EXPECT_TRUE(layer.ActiveAt(1.999));
-  EXPECT_FALSE(layer.ActiveAt(2));
-  layer.enabled = false;
-  EXPECT_FALSE(layer.ActiveAt(1.5));
-  EXPECT_TRUE((Layer{}.ActiveAt(-1e9)));
+  light.intensity = Overshooting(0.0, 100.0);
+  light.color = Overshooting(Color{0, 1, 0.5}, Color{1, 0, 0.5});
+  light.cone_angle = Overshooting(0.0, 180.0);
+  light.cone_feather = Overshooting(0.0, 100.0);
+  light.Check("Key");
+  const struct {
+    double seconds;
+    double intensity;  // any is in range
+    Color color;
+    double angle;
+    double feather;
+  } cases[] = {{0.2, light.intensity.At(0.2), {0, 1, 0.5}, 0, 0},
+               {0.5, 50, {0.5, 0.5, 0.5}, 90, 50},
+               {0.8, light.intensity.At(0.8), {1, 0, 0.5}, 180, 100}};
+  EXPECT_LT(cases[0].intensity, 0);
+  for (const auto& c : cases) {
+    EXPECT_NEAR(light.IntensityAt(c.seconds), c.intensity, 1e-9) << c.seconds;
+    EXPECT_NEAR(light.ColorAt(c.seconds).red, c.color.red, 1e-9) << c.seconds;
+    EXPECT_NEAR(light.ColorAt(c.seconds).green, c.color.green, 1e-9) << c.seconds;
+    EXPECT_NEAR(light.ColorAt(c.seconds).blue, c.color.blue, 1e-9) << c.seconds;
+    EXPECT_NEAR(light.ConeAngleAt(c.seconds), c.angle, 1e-9) << c.seconds;
+    EXPECT_NEAR(light.ConeFeatherAt(c.seconds), c.feather, 1e-9) << c.seconds;
+  }
 }
 
 TEST(Composition, RefusesImpossibleOnes) {
-  const auto with = [](auto change) {
-    Composition comp;
-    Layer layer{Layer::Kind::kLight, "Key", true, {}, {}};
-    change(layer.light);
-    comp.AddLight(layer);
-    return comp;
+  const struct {
+    const char* said;
+    std::function<void(Composition&, Light&)> change;
+  } cases[] = {
+      {"light \"Key\": cone_angle must be 0 to 180 degrees",
+       [](Composition&, Light& l) { l.cone_angle = 181.0; }},
+      {"cone_feather must be 0 to 100", [](Composition&, Light& l) { l.cone_feather = -1.0; }},
+      {"color must be 0 to 1",
+       [](Composition&, Light& l) {
+         l.color = Color{0, 2, 0};
+       }},
+      {"intensity must be finite", [](Composition&, Light& l) { l.intensity = HUGE_VAL; }},
+      {"position must be finite",
+       [](Composition&, Light& l) {
+         l.position = Vec3{0, NAN, 0};
+       }},
+      {"target",
+       [](Composition&, Light& l) {
+         l.target = Track(Vec3{0, 0, -HUGE_VAL});
+       }},
+      {"rotation",
+       [](Composition&, Light& l) {
+         l.rotation = Vec3{NAN, 0, 0};
+       }},
+      {"0 times", [](Composition& c, Light&) { c.layers.pop_back(); }},
+      {"2 times", [](Composition& c, Light&) { c.layers.push_back(c.layers.back()); }},
   };
-  EXPECT_NO_THROW(with([](Light&) {}).Check());
-  EXPECT_REFUSED(with([](Light& l) { l.cone_angle = 181.0; }).Check(),
-                 "light \"Key\": cone_angle must be 0 to 180");
-  EXPECT_REFUSED(with([](Light& l) { l.cone_feather = -1.0; }).Check(), "cone_feather");
-  EXPECT_REFUSED(with([](Light& l) { l.color = Color{0, 2, 0}; }).Check(), "color");
-  EXPECT_REFUSED(with([](Light& l) { l.intensity = HUGE_VAL; }).Check(), "intensity");
-  EXPECT_REFUSED(with([](Light& l) { l.position = Vec3{0, NAN, 0}; }).Check(), "position");
-  EXPECT_REFUSED(Composition{{}}.Check(), "0 times");
-  Composition twice;
-  twice.layers.push_back(twice.layers[0]);
-  EXPECT_REFUSED(twice.Check(), "2 times");
+  for (const auto& c : cases) {
+    Composition composition;
+    composition.AddLight({Layer::Kind::kLight, "Key", true, {}, {}});
+    EXPECT_NO_THROW(composition.Check());
+    c.change(composition, composition.layers.front().light);
+    EXPECT_REFUSED(composition.Check(), c.said);
+  }
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <set>
 
 #include "fixture_effect.h"
 #include "refusal.h"
@@ -16,13 +15,15 @@ namespace {
 constexpr int kWidth = 160;
 constexpr int kHeight = 90;
 
+using Change = std::function<void(Scene&, RenderOptions&)>;
+
 const Effect& TheEffect() {
   static const Effect effect{std::filesystem::path(VORLIN_EFFECT)};
   return effect;
 }
 
 /// Smooth colours, so that a small shift changes little.
-Picture Colours(int width = kWidth, int height = kHeight) {
+Picture Colours(int width, int height) {
   std::vector<std::uint16_t> pixels;
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -36,23 +37,30 @@ Picture Colours(int width = kWidth, int height = kHeight) {
   return {width, height, pixels};
 }
 
-/// A curved stroke over one second.
-Scene StrokeSetup(const TimeBase& time = TimeBase()) {
+/// A curved stroke of a second over a layer that many times as large, and squeezed so that its
+/// pixels are that many times as wide as high.
+Scene StrokeSetup(int size = 1, int aspect = 1) {
   Scene setup;
-  setup.time = time;
-  setup.width = kWidth;
-  setup.height = kHeight;
-  setup.picture = Still(Colours());
-  setup.controls = ControlTracks(TheEffect().controls(), kWidth, kHeight);
-  setup.controls.Set("Brush Position",
-                     Track<Point>({{.seconds = 0, .value = {20, 70}, .out_tangent = {40, -90}},
-                                   {.seconds = 1, .value = {140, 25}, .in_tangent = {-30, 60}}}));
+  setup.width = size * kWidth / aspect;
+  setup.height = size * kHeight;
+  setup.pixel_aspect = Rational(aspect, 1);
+  setup.picture = Still(Picture(
+      Colours(size * kWidth, setup.height).ToWorld(Depth::k16, Rational(1, aspect)), Depth::k16));
+  setup.controls = ControlTracks(TheEffect().controls(), setup.width, setup.height);
+  const auto at = [&](double x, double y) { return Point{x * size / aspect, y * size}; };
+  setup.controls.Set(
+      "Brush Position",
+      Track<Point>({{.seconds = 0, .value = at(20, 70), .out_tangent = at(40, -90)},
+                    {.seconds = 1, .value = at(140, 25), .in_tangent = at(-30, 60)}}));
   setup.controls.Set("Stroke Width", Track<double>(20.0));
   return setup;
 }
 
-Frame RenderFrame(const Scene& setup, const RenderOptions& options = {}, std::int64_t frame = 25) {
-  return Renderer(TheEffect(), setup, options).Render(setup.time.FrameTime(frame));
+Frame RenderFrame(Scene setup, const Change& change = {}, std::int64_t frame = 25) {
+  RenderOptions options;
+  if (change) change(setup, options);
+  const A_long time = setup.time.FrameTime(frame);
+  return Renderer(TheEffect(), std::move(setup), options).Render(time);
 }
 
 /// The picture's rows without their padding.
@@ -65,19 +73,22 @@ std::string Bytes(const World& world) {
   return bytes;
 }
 
+std::vector<std::uint8_t> Eight(const World& world) {
+  return std::get<0>(Picture(world, Depth::k8).pixels());
+}
+
 /// The share of pixels that are not transparent.
 double Covered(const World& world) {
-  const Picture picture(world, Depth::k8);
-  const auto& channels = std::get<0>(picture.pixels());
+  const std::vector<std::uint8_t> channels = Eight(world);
   double count = 0;
   for (std::size_t i = 3; i < channels.size(); i += 4) count += channels[i] > 0;
   return count * 4 / static_cast<double>(channels.size());
 }
 
 /// Mean difference of premultiplied channels, of 255.
-double MeanDifference(const Picture& a, const Picture& b) {
-  const auto& u = std::get<0>(a.pixels());
-  const auto& v = std::get<0>(b.pixels());
+double MeanDifference(const World& a, const World& b) {
+  const std::vector<std::uint8_t> u = Eight(a);
+  const std::vector<std::uint8_t> v = Eight(b);
   EXPECT_EQ(u.size(), v.size());
   double sum = 0;
   for (std::size_t i = 0; i < u.size(); ++i) {
@@ -90,26 +101,34 @@ double MeanDifference(const Picture& a, const Picture& b) {
 }
 
 TEST(Render, GivesTheSameBytesHoweverItIsRun) {
+  const std::pair<const char*, Change> changes[]{
+      {"all threads", [](Scene&, RenderOptions& o) { o.threads = 0; }},
+      {"3 threads", [](Scene&, RenderOptions& o) { o.threads = 3; }},
+      {"8 threads", [](Scene&, RenderOptions& o) { o.threads = 8; }},
+      {"classic", [](Scene&, RenderOptions& o) { o.smart = false; }},
+      {"bottom up",
+       [](Scene&, RenderOptions& o) {
+         o.layout = {4, true, true};
+       }},
+      {"page-aligned",
+       [](Scene&, RenderOptions& o) {
+         o.layout = {4096, false, true};
+       }},
+      {"observed",
+       [](Scene&, RenderOptions& o) { o.observer = [](const Call&) -> PF_Err { return 0; }; }},
+  };
   for (const Depth depth : {Depth::k8, Depth::k16, Depth::k32}) {
-    RenderOptions options;
-    options.depth = depth;
-    options.threads = 1;
-    const std::string expected = Bytes(RenderFrame(StrokeSetup(), options).picture);
-    const auto same = [&](auto change, const char* what) {
-      RenderOptions changed = options;
-      change(changed);
-      EXPECT_EQ(Bytes(RenderFrame(StrokeSetup(), changed).picture) == expected, true)
-          << what << " at depth " << static_cast<int>(depth);
+    const auto render = [&](const Change& change) {
+      return Bytes(RenderFrame(StrokeSetup(), [&](Scene& s, RenderOptions& o) {
+                     o.depth = depth;
+                     o.threads = 1;
+                     if (change) change(s, o);
+                   }).picture);
     };
-    for (const int threads : {0, 2, 3, 8}) {
-      same([&](RenderOptions& o) { o.threads = threads; }, "threads");
+    const std::string expected = render({});
+    for (const auto& [what, change] : changes) {
+      EXPECT_TRUE(render(change) == expected) << what << ", depth " << static_cast<int>(depth);
     }
-    same([](RenderOptions& o) { o.smart = false; }, "classic");
-    same([](RenderOptions& o) { o.layout = {4, true, true}; }, "bottom up, badly aligned, guarded");
-    same([](RenderOptions& o) { o.layout = {4096, false, true}; }, "page-aligned, guarded");
-    same([](RenderOptions& o) { o.observer = [](const Call&) -> PF_Err { return 0; }; },
-         "observed");
-    same([](RenderOptions& o) { o.interface_version = {12, 10}; }, "an older host");
   }
 }
 
@@ -123,192 +142,204 @@ TEST(Render, AFrameStandsAlone) {
   EXPECT_TRUE(last == Bytes(RenderFrame(setup).picture));
 }
 
-TEST(Render, DepthsAgree) {
-  const auto eight = [](Depth depth) {
-    RenderOptions options;
-    options.depth = depth;
-    return Picture(RenderFrame(StrokeSetup(), options).picture, Depth::k8);
-  };
-  const Picture a = eight(Depth::k8);
-  for (const Depth depth : {Depth::k16, Depth::k32}) {
-    const Picture b = eight(depth);
-    const auto& u = std::get<0>(a.pixels());
-    const auto& v = std::get<0>(b.pixels());
-    for (std::size_t i = 0; i < u.size(); ++i) {
-      // The layer itself is rounded at 8 bits, then shaded and cut off: two steps at most.
-      ASSERT_LE(std::abs(u[i] - v[i]), 2) << i;
-    }
+void LightByPoint(Scene& setup, RenderOptions&) { setup.controls.Set("Light Type", Track<int>(2)); }
+
+/// A point light and an ambient one, as the effect's own are.
+void LightByComposition(Scene& setup, const Vec3& position) {
+  setup.controls.Set("Using", Track<int>(2));
+  for (const LightKind kind : {LightKind::kPoint, LightKind::kAmbient}) {
+    Layer layer{Layer::Kind::kLight, "Light", true, {}, {}};
+    layer.light.kind = kind;
+    layer.light.position = position;
+    setup.composition.AddLight(layer);
   }
 }
 
-TEST(Regions, AreTheirPartOfTheWhole) {
-  const World whole = RenderFrame(StrokeSetup()).picture;
-  const PF_LRect rects[] = {{0, 0, kWidth, kHeight}, {40, 20, 100, 70}, {-30, -10, 50, 40},
-                            {100, 50, 500, 400},     {77, 40, 78, 41},  {0, 0, 0, 0},
-                            {60, 50, 60, 70},        {500, 0, 600, 50}, {-90, -90, -10, -10},
-                            {90, 60, 20, 10},        {-5, 30, 400, 31}, {-200, -200, 900, 900}};
-  for (const bool smart : {true, false}) {
-    for (const PF_LRect& rect : rects) {
-      RenderOptions options;
-      options.region = rect;
-      options.smart = smart;
-      options.layout.guards = true;
-      const World part = RenderFrame(StrokeSetup(), options).picture;
-      const bool empty = rect.left >= rect.right || rect.top >= rect.bottom;
-      ASSERT_EQ(part.width(), empty ? 0 : rect.right - rect.left);
-      ASSERT_EQ(part.height(), empty ? 0 : rect.bottom - rect.top);
-      EXPECT_EQ(part.record().origin_x, rect.left);
-      World expected(part.width(), part.height(), Depth::k8);
-      expected.SetOrigin(rect.left, rect.top);
-      expected.Clear();
-      CopyOverlap(whole, expected);
-      // The stroke's edge looks at the pixels above and to the left, which a part does not have:
-      // leave its first row and column out where they lie on the layer.
-      for (int y = rect.top > 0 && smart ? 1 : 0; y < part.height(); ++y) {
-        for (int x = rect.left > 0 && smart ? 1 : 0; x < part.width(); ++x) {
-          ASSERT_EQ(std::memcmp(&part.Row<PF_Pixel>(y)[x], &expected.Row<PF_Pixel>(y)[x], 4), 0)
-              << rect.left << ", " << rect.top << ": " << x << ", " << y;
-        }
+TEST(Regions, AreCropsOfTheWhole) {
+  const Change lights[]{{},
+                        LightByPoint,
+                        [](Scene& s, RenderOptions&) {
+                          LightByComposition(s, {30, 20, -50});
+                        },
+                        [](Scene& s, RenderOptions& o) {
+                          LightByPoint(s, o);
+                          o.downsample_x = Rational(1, 2);
+                        }};
+  const PF_LRect rects[] = {{0, 0, kWidth, kHeight}, {40, 20, 100, 70},    {-30, -10, 50, 40},
+                            {60, 50, 500, 400},      {57, 40, 58, 41},     {0, 0, 0, 0},
+                            {500, 0, 600, 50},       {90, 60, 20, 10},     {-5, 30, 400, 31},
+                            {-90, -90, -10, -10},    {-20, -20, 200, 200}, {60, 50, 60, 70}};
+  for (const Change& light : lights) {
+    for (const bool smart : {true, false}) {
+      const auto render = [&](std::optional<PF_LRect> region) {
+        return RenderFrame(StrokeSetup(), [&](Scene& s, RenderOptions& o) {
+          if (light) light(s, o);
+          o.smart = smart;
+          o.region = region;
+          o.keep_worlds = true;
+        });
+      };
+      const Frame whole = render({});
+      ASSERT_GT(Covered(whole.picture), 0.1);
+      for (const PF_LRect& rect : rects) {
+        const Frame part = render(rect);
+        const bool empty = rect.left >= rect.right || rect.top >= rect.bottom;
+        World expected(empty ? 0 : rect.right - rect.left, empty ? 0 : rect.bottom - rect.top,
+                       Depth::k8);
+        expected.SetOrigin(rect.left, rect.top);
+        expected.Clear();
+        CopyOverlap(whole.picture, expected);
+        const PF_LRect lies = part.picture.rect();
+        const PF_LRect asked = expected.rect();
+        ASSERT_EQ(std::memcmp(&lies, &asked, sizeof rect), 0);
+        EXPECT_TRUE(Bytes(part.picture) == Bytes(expected)) << rect.left << ", " << rect.top;
+        EXPECT_TRUE(Bytes(part.worlds.at(0)) == Bytes(whole.worlds.at(0)));
       }
     }
   }
 }
 
-/// A stroke on a layer four times as large, so that the half pixel by which a reduced buffer lies
-/// elsewhere matters less, squeezed so that its pixels are that many times as wide as high.
-Scene LargeScene(int aspect = 1) {
-  Scene scene = StrokeSetup();
-  scene.width = 4 * kWidth / aspect;
-  scene.height = 4 * kHeight;
-  scene.pixel_aspect = Rational(aspect, 1);
-  scene.picture = Still(Picture(
-      Colours(4 * kWidth, 4 * kHeight).ToWorld(Depth::k16, Rational(1, aspect)), Depth::k16));
-  scene.controls = ControlTracks(TheEffect().controls(), scene.width, scene.height);
-  const auto squeezed = [&](double x, double y) { return Point{x / aspect, y}; };
-  scene.controls.Set(
-      "Brush Position",
-      Track<Point>(
-          {{.seconds = 0, .value = squeezed(80, 280), .out_tangent = squeezed(160, -360)},
-           {.seconds = 1, .value = squeezed(560, 100), .in_tangent = squeezed(-120, 240)}}));
-  scene.controls.Set("Stroke Width", Track<double>(20.0));
-  return scene;
-}
-
 TEST(Downsampling, LooksLikeTheReducedWhole) {
-  const Picture whole(RenderFrame(LargeScene()).picture, Depth::k8);
+  const Picture whole(RenderFrame(StrokeSetup(4)).picture, Depth::k8);
   const struct {
     Rational x;
     Rational y;
-    double limit;  // of 255
-  } cases[] = {{{1, 2}, {1, 2}, 2},
-               {{1, 3}, {1, 3}, 3},
-               {{1, 4}, {1, 4}, 4},
-               {{1, 2}, {1, 1}, 2},
-               {{2, 3}, {1, 2}, 2}};
+    double limit;  // of 255: a reduced buffer lies half a pixel elsewhere
+  } cases[] = {{{1, 2}, {1, 2}, 2}, {{1, 3}, {1, 3}, 3}, {{1, 2}, {1, 1}, 2}, {{2, 3}, {1, 2}, 2}};
   for (const auto& c : cases) {
-    RenderOptions options;
-    options.downsample_x = c.x;
-    options.downsample_y = c.y;
-    const Picture reduced(RenderFrame(LargeScene(), options).picture, Depth::k8);
-    const Picture expected(whole.ToWorld(Depth::k8, c.x, c.y), Depth::k8);
-    EXPECT_LT(MeanDifference(reduced, expected), c.limit) << c.x.Text() << ", " << c.y.Text();
+    const World reduced = RenderFrame(StrokeSetup(4), [&](Scene&, RenderOptions& o) {
+                            o.downsample_x = c.x;
+                            o.downsample_y = c.y;
+                          }).picture;
+    EXPECT_LT(MeanDifference(reduced, whole.ToWorld(Depth::k8, c.x, c.y)), c.limit)
+        << c.x.Text() << ", " << c.y.Text();
   }
 }
 
 TEST(PixelAspect, IsTheStretchedPictureOfSquarePixels) {
-  const Picture square(RenderFrame(LargeScene()).picture, Depth::k8);
-  const World wide = RenderFrame(LargeScene(2)).picture;
-  const Picture expected(square.ToWorld(Depth::k8, Rational(1, 2)), Depth::k8);
-  EXPECT_LT(MeanDifference(Picture(wide, Depth::k8), expected), 2);
+  const Picture square(RenderFrame(StrokeSetup(4)).picture, Depth::k8);
+  const World wide = RenderFrame(StrokeSetup(4, 2)).picture;
+  EXPECT_LT(MeanDifference(wide, square.ToWorld(Depth::k8, Rational(1, 2))), 2);
   EXPECT_GT(Covered(wide), 0.1);
+}
+
+TEST(PixelAspect, MeansTheSameForLightsOfTheCompositionAndOfTheEffect) {
+  const struct {
+    Rational aspect;
+    Rational downsample_x;
+    Rational downsample_y;
+    double x;  // of the light, in layer pixels
+    int most;  // difference of a channel; ratios that are no powers of two round
+  } cases[] = {{{1, 1}, {1, 1}, {1, 1}, 30, 0},  {{2, 1}, {1, 1}, {1, 1}, 30, 0},
+               {{2, 1}, {1, 1}, {1, 1}, 130, 0}, {{2, 1}, {1, 2}, {1, 2}, 30, 0},
+               {{1, 2}, {1, 2}, {1, 1}, 130, 0}, {{10, 11}, {1, 3}, {2, 3}, 100.25, 1}};
+  for (const auto& c : cases) {
+    const auto render = [&](const Change& light) {
+      return RenderFrame(StrokeSetup(),
+                         [&](Scene& s, RenderOptions& o) {
+                           s.pixel_aspect = c.aspect;
+                           o.downsample_x = c.downsample_x;
+                           o.downsample_y = c.downsample_y;
+                           light(s, o);
+                         })
+          .picture;
+    };
+    const World own = render([&](Scene& s, RenderOptions& o) {
+      LightByPoint(s, o);
+      s.controls.Set("Light Position", Track(Point{c.x, 20}));
+      s.controls.Set("Light Height", Track(50.0));
+    });
+    // "Light Height" is in percent of the mean of the layer's sides.
+    const auto lit_at = [&](double x) {
+      const double height = 0.5 * (kWidth * c.aspect.value() + kHeight) / 2;
+      return render([&](Scene& s, RenderOptions&) { LightByComposition(s, {x, 20, -height}); });
+    };
+    const std::vector<std::uint8_t> expected = Eight(own);
+    const std::vector<std::uint8_t> lit = Eight(lit_at(c.x));
+    int most = 0;
+    for (std::size_t i = 0; i < lit.size(); ++i) {
+      most = std::max(most, std::abs(lit[i] - expected[i]));
+    }
+    EXPECT_LE(most, c.most) << c.aspect.Text() << ", x " << c.x;
+    EXPECT_GT(Covered(own), 0.05);
+    EXPECT_FALSE(Bytes(lit_at(c.x + 8)) == Bytes(own));  // the place matters
+  }
 }
 
 TEST(Time, AStartOfTheLayerMovesEverythingWithIt) {
   const std::string expected = Bytes(RenderFrame(StrokeSetup()).picture);
-  Scene late = StrokeSetup();
-  late.layer_start = late.time.FrameTime(100);
-  EXPECT_TRUE(Bytes(RenderFrame(late, {}, 125).picture) == expected);
-  Scene early = StrokeSetup();
-  early.layer_start = early.time.FrameTime(-20);
-  EXPECT_TRUE(Bytes(RenderFrame(early, {}, 5).picture) == expected);
+  for (const int start : {100, -20}) {
+    const auto late = [&](Scene& s, RenderOptions&) { s.layer_start = s.time.FrameTime(start); };
+    EXPECT_TRUE(Bytes(RenderFrame(StrokeSetup(), late, 25 + start).picture) == expected) << start;
+  }
 }
 
 TEST(Time, OutsideItsSpanTheLayerIsNotThere) {
-  Scene setup = StrokeSetup();
-  setup.layer_span = {0.5, 1};
-  for (const int frame : {14, 30, 40}) {
-    const Frame nothing = RenderFrame(setup, {}, frame);
-    EXPECT_EQ(Covered(nothing.picture), 0) << frame;
-    EXPECT_EQ(nothing.layer, nullptr);
+  const auto there = [](Scene& s, RenderOptions&) { s.composition.EffectLayer().span = {0.5, 1}; };
+  for (const int frame : {14, 15, 29, 30}) {
+    const Frame shown = RenderFrame(StrokeSetup(), there, frame);
+    const bool expected = frame >= 15 && frame < 30;
+    EXPECT_EQ(Covered(shown.picture) > 0, expected) << frame;
+    EXPECT_EQ(shown.layer != nullptr, expected) << frame;
   }
-  for (const int frame : {15, 29}) EXPECT_GT(Covered(RenderFrame(setup, {}, frame).picture), 0);
 }
 
 TEST(Time, FramesOfTheLayerFollowItsOwnRate) {
-  Scene setup = StrokeSetup(TimeBase(Rational(30, 1), Rational(24, 1)));
-  const auto still = setup.picture(0);
+  Scene setup = StrokeSetup();
+  setup.time = TimeBase(Rational(30, 1), Rational(24, 1));
   std::vector<std::int64_t> asked;
-  setup.picture = [&](std::int64_t frame) {
+  setup.picture = [&, still = setup.picture(0)](std::int64_t frame) {
     asked.push_back(frame);
     return still;
   };
-  std::set<A_long> steps;
-  RenderOptions options;
-  options.observer = [&](const Call& call) -> PF_Err {
-    if (call.kind == CallKind::kCheckoutParam &&
-        call.arguments[0].value == decltype(Argument::value)(std::int64_t{3})) {
-      steps.insert(static_cast<A_long>(std::get<std::int64_t>(call.arguments[3].value)));
-    }
-    return 0;
-  };
-  Renderer renderer(TheEffect(), setup, options);
-  for (const int frame : {-1, 0, 1, 2, 5, 29, 30}) renderer.Render(setup.time.FrameTime(frame));
+  Renderer renderer(TheEffect(), setup, {});
+  const World* first = nullptr;
+  for (const int frame : {-1, 0, 1, 2, 5, 29, 30}) {
+    const Frame rendered = renderer.Render(setup.time.FrameTime(frame));
+    // The same picture is prepared once.
+    EXPECT_EQ(rendered.layer.get(), first == nullptr ? rendered.layer.get() : first);
+    first = rendered.layer.get();
+  }
   // 30 frames a second over 24: floor(frame * 0.8).
   EXPECT_EQ(asked, (std::vector<std::int64_t>{-1, 0, 0, 1, 4, 23, 24}));
-  EXPECT_EQ(steps, (std::set<A_long>{1280}));  // the effect steps back by the layer's frames
-}
-
-TEST(Renderer, PreparesAStillOnce) {
-  Scene setup = StrokeSetup();
-  Renderer renderer(TheEffect(), setup, {});
-  const World* first = renderer.Render(0).layer.get();
-  EXPECT_EQ(renderer.Render(1024).layer.get(), first);
 }
 
 TEST(Renderer, RefusesImpossibleSetups) {
-  const auto with = [](auto change) {
-    Scene setup = StrokeSetup();
-    RenderOptions options;
-    change(setup, options);
-    return RenderFrame(setup, options);
-  };
   using S = Scene&;
   using O = RenderOptions&;
-  EXPECT_REFUSED(with([](S s, O) { s.width = 0; }), "0 x 90");
-  EXPECT_REFUSED(with([](S s, O) { s.width = 161; }), "has 160 x 90 pixels, the layer 161 x 90");
-  EXPECT_REFUSED(with([](S s, O) { s.picture = nullptr; }), "no picture");
-  EXPECT_REFUSED(with([](S s, O) { s.picture = [](std::int64_t) { return nullptr; }; }),
-                 "no picture at");
-  EXPECT_REFUSED(with([](S s, O) { s.controls = {}; }), "not this effect's");
-  EXPECT_REFUSED(with([](S s, O) { s.pixel_aspect = Rational(-1, 1); }), "aspect");
-  EXPECT_REFUSED(with([](S s, O) { s.composition.layers.clear(); }), "effect's layer");
-  EXPECT_REFUSED(with([](S, O o) { o.threads = -1; }), "negative");
-  EXPECT_REFUSED(with([](S, O o) { o.downsample_x = Rational(2, 1); }), "not at 2");
-  EXPECT_REFUSED(with([](S, O o) { o.layout.alignment = 3; }), "aligned");
+  const std::pair<const char*, Change> cases[]{
+      {"0 x 90", [](S s, O) { s.width = 0; }},
+      {"has 160 x 90 pixels, the layer 161 x 90", [](S s, O) { s.width = 161; }},
+      {"no picture", [](S s, O) { s.picture = nullptr; }},
+      {"no picture for its frame 25",
+       [](S s, O) { s.picture = [](std::int64_t) { return nullptr; }; }},
+      {"not this effect's", [](S s, O) { s.controls = {}; }},
+      {"aspect", [](S s, O) { s.pixel_aspect = Rational(-1, 1); }},
+      {"effect's layer", [](S s, O) { s.composition.layers.clear(); }},
+      {"negative", [](S, O o) { o.threads = -1; }},
+      {"not at 2", [](S, O o) { o.downsample_x = Rational(2, 1); }},
+      {"aligned", [](S, O o) { o.layout.alignment = 3; }},
+      {"32 bits", [](S s, O) { s.layer_start = std::numeric_limits<A_long>::min(); }},
+  };
+  for (const auto& [said, change] : cases) {
+    EXPECT_REFUSED(RenderFrame(StrokeSetup(), change), said);
+  }
 }
 
 TEST(Progress, CancelsInEitherPass) {
   for (const int threads : {1, 4}) {
     for (const int after : {1, 10, 25, 30}) {
-      RenderOptions options;
-      options.threads = threads;
       int calls = 0;
-      options.progress = [&](A_long current, A_long total) {
-        EXPECT_LE(current, total);
-        return ++calls < after;
+      const auto cancelling = [&](Scene&, RenderOptions& o) {
+        o.threads = threads;
+        o.region = PF_LRect{40, 20, 100, 70};
+        o.progress = [&](A_long current, A_long total) {
+          EXPECT_LE(current, total);
+          return ++calls < after;
+        };
       };
       try {
-        RenderFrame(StrokeSetup(), options);
+        RenderFrame(StrokeSetup(), cancelling);
         ADD_FAILURE() << "not cancelled";
       } catch (const EffectError& error) {
         EXPECT_TRUE(error.cancelled()) << error.what();
@@ -317,54 +348,6 @@ TEST(Progress, CancelsInEitherPass) {
       }
     }
   }
-}
-
-Scene LitSetup() {
-  Scene setup = StrokeSetup();
-  setup.controls.Set("Using", Track<int>(2));
-  Layer spot{Layer::Kind::kLight, "Spot", true, {}, {}};
-  spot.light.kind = LightKind::kSpot;
-  spot.light.position = Vec3{80, -50, -300};
-  spot.light.target = Track<Vec3>(Vec3{80, 45, 0});
-  setup.composition.AddLight(spot);
-  Layer ambient{Layer::Kind::kLight, "Fill", true, {}, {}};
-  ambient.light.kind = LightKind::kAmbient;
-  ambient.light.intensity = 30.0;
-  setup.composition.AddLight(ambient);
-  return setup;
-}
-
-TEST(Lights, AreAskedForInStackOrder) {
-  std::vector<std::string> calls;
-  RenderOptions options;
-  options.threads = 1;
-  options.observer = [&](const Call& call) -> PF_Err {
-    if (call.kind >= CallKind::kGetEffectLayer) calls.push_back(call.Text());
-    return 0;
-  };
-  Scene setup = LitSetup();
-  setup.layer_start = setup.time.FrameTime(10);
-  RenderFrame(setup, options, 35);
-  std::vector<std::string> expected{"AEGP_ConvertEffectToCompTime(t=25600 scale=30720)",
-                                    "AEGP_GetEffectLayer()", "AEGP_GetLayerParentComp(\"Layer\")",
-                                    "AEGP_GetCompNumLayers()"};
-  const auto add = [&](const std::string& function, const std::string& arguments) {
-    expected.push_back("AEGP_" + function + "(" + arguments + ")");
-  };
-  const std::pair<std::string, int> layers[]{{"\"Spot\"", 19}, {"\"Fill\"", 17}, {"\"Layer\"", 0}};
-  for (int i = 0; i < 3; ++i) {
-    const auto& [name, last_stream] = layers[i];
-    add("GetCompLayerByIndex", std::to_string(i));
-    add("IsVideoActive", name + " t=35840");
-    add("GetLayerObjectType", name);
-    if (last_stream == 0) continue;
-    add("GetLightType", name);
-    add("GetLayerToWorldXformFromView", name + " t=35840");
-    for (int stream = 16; stream <= last_stream; ++stream) {
-      add("GetLayerStreamValue", name + " stream=" + std::to_string(stream));
-    }
-  }
-  EXPECT_EQ(calls, expected);
 }
 
 }  // namespace

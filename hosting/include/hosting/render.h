@@ -24,7 +24,8 @@ struct RenderOptions {
   Rational downsample_x;  // buffer pixels a layer pixel: above 0, at most 1
   Rational downsample_y;
   int threads = 0;  // 0: as many as the machine has; 1: everything in order on the caller's thread
-  /// What to render, in buffer pixels, any rectangle; nothing: the whole layer.
+  /// The part of the frame to hand out, in buffer pixels, any rectangle; nothing: the whole layer.
+  /// The whole is rendered all the same, so that a region is a crop.
   std::optional<PF_LRect> region;
   double shutter_angle = 180;               // degrees
   PF_SpecVersion interface_version{13, 0};  // what the host says it implements

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "hosting/composition.h"
 #include "hosting/controls.h"
@@ -24,15 +25,16 @@ struct Setup {
   TimeBase time;
   /// Composition time, in units, at which the layer's own time is 0.
   A_long layer_start = 0;
-  /// When the layer is there, in composition time; outside it its frames are transparent.
-  Span layer_span;
   int width = 0;  // of the layer, full-resolution pixels; every picture must have this size
   int height = 0;
   Rational pixel_aspect;  // width / height of a pixel
   PictureSource picture;
   ControlTracks controls;  // in layer time
+  /// The effect's layer in it says when the layer is there; else its frames are transparent.
   Composition composition;
 
+  /// The frame of the layer that is shown at a composition time; none where the layer is not there.
+  std::optional<std::int64_t> LayerFrame(A_long comp_time) const;
   /// Throws Error when a size, the aspect or the composition is impossible.
   void Check() const;
 };

@@ -1,6 +1,8 @@
 // Values that controls and lights take.
 #pragma once
 
+#include <algorithm>
+
 #include "pf_types.h"
 
 namespace hosting {
@@ -31,7 +33,14 @@ struct Color {
 struct Range {
   double min = 0;
   double max = 0;
+  bool Holds(double v) const { return v >= min && v <= max; }
 };
+
+/// The nearest value in range, of every channel.
+inline double Within(double v, const Range& range) { return std::clamp(v, range.min, range.max); }
+inline Color Within(const Color& c, const Range& range) {
+  return {Within(c.red, range), Within(c.green, range), Within(c.blue, range)};
+}
 
 /// a and b mixed: a at 0, b at 1, straight on beyond.
 inline double Blend(double a, double b, double t) { return a + (b - a) * t; }
