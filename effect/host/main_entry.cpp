@@ -1,7 +1,9 @@
 // MainEntry: the library's one exported function. It dispatches the host's commands and is the
 // fence behind which every exception becomes a result code.
 
+#include <cstring>
 #include <new>
+#include <string>
 
 #include "host/control_values.h"
 #include "host/controls.h"
@@ -15,12 +17,14 @@ namespace vorlin {
 namespace {
 
 PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
-  out_data->return_msg[PF_MAX_EFFECT_MSG_LEN] = '\0';
-  // Room for the fixed text and a whole message of the host's.
+  // The host's message, which may fill its record to the last byte.
+  const std::string message(out_data->return_msg,
+                            strnlen(out_data->return_msg, PF_MAX_EFFECT_MSG_LEN));
+  // Room for the fixed text and that message.
   A_char text[2 * (PF_MAX_EFFECT_MSG_LEN + 1)] = {};
   in_data->utils->ansi.sprintf(text, "%s\r%s, v%d.%d  (%s)\r%s%s", kFamilyAndRelease, kEffectName,
                                kMajorVersion, kMinorVersion, kPlatformTag, kAboutBody,
-                               out_data->return_msg);
+                               message.c_str());
   text[PF_MAX_EFFECT_MSG_LEN] = '\0';
   in_data->utils->ansi.sprintf(out_data->return_msg, "%s", text);
   return PF_Err_NONE;

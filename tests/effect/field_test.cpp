@@ -6,9 +6,9 @@
 #include <cstring>
 #include <random>
 
+#include "host/scales.h"
 #include "oracle.h"
 #include "render/force_field.h"
-#include "host/scales.h"
 #include "render/time_info.h"
 
 namespace {
