@@ -37,7 +37,7 @@ void CheckInScene(const std::vector<hosting::Key<Point>>& keys) {
   hosting::ControlTracks controls(effect.controls(), 640, 360);
   const std::string text = '{' + app::BrushPositionText(keys) + '}';
   const app::JsonText json("printed", text);
-  app::ReadControls(json, json.root(), controls);
+  app::ReadControls(app::Node(json), controls);
   const auto& read = std::get<hosting::Track<Point>>(controls.TrackOf(1)).keys();
   Require(read.size() == keys.size(), text);
   for (std::size_t i = 0; i < keys.size(); ++i) {

@@ -1,9 +1,9 @@
 #include "about_commands.h"
 
 #include <fmt/format.h>
-#include <json/json.h>
 
 #include "control_list.h"
+#include "json_text.h"
 #include "layer_source.h"
 #include "program_paths.h"
 #include "scene.h"
@@ -12,13 +12,7 @@
 namespace app {
 namespace {
 
-void PrintJson(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "  ";
-  builder["precision"] = 12;
-  builder["enableYAMLCompatibility"] = true;
-  fmt::print("{}\n", Json::writeString(builder, value));
-}
+void PrintJson(const Json::Value& value) { fmt::print("{}\n", WriteJson(value, "  ")); }
 
 }  // namespace
 

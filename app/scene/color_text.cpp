@@ -1,8 +1,16 @@
 #include "color_text.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
+#include <cmath>
 
 namespace app {
+
+std::string ColorText(const hosting::Color& color) {
+  const auto byte = [](double v) { return std::lround(v * 255); };
+  return fmt::format("#{:02x}{:02x}{:02x}", byte(color.red), byte(color.green), byte(color.blue));
+}
 
 std::optional<hosting::Color> ParseColor(std::string_view text) {
   if (text.size() != 7 || text[0] != '#') return std::nullopt;

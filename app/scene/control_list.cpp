@@ -4,6 +4,9 @@
 
 #include <cmath>
 
+#include "color_text.h"
+#include "json_text.h"
+
 namespace app {
 namespace {
 
@@ -15,18 +18,6 @@ double Shown(const ControlInfo& control, double value) {
   if (control.type != ControlType::kSlider) return value;
   const double unit = std::pow(10.0, control.precision);
   return std::round(value * unit) / unit;
-}
-
-std::string ColorText(const hosting::Color& color) {
-  const auto byte = [](double v) { return std::lround(v * 255); };
-  return fmt::format("#{:02x}{:02x}{:02x}", byte(color.red), byte(color.green), byte(color.blue));
-}
-
-Json::Value Pair(double first, double second) {
-  Json::Value pair(Json::arrayValue);
-  pair.append(first);
-  pair.append(second);
-  return pair;
 }
 
 std::string DefaultText(const ControlInfo& control) {
@@ -65,8 +56,9 @@ Json::Value AsJson(const ControlInfo& control, const hosting::ControlState& stat
   out["animated"] = control.can_vary;
   out["greyed"] = !state.enabled;
   if (control.type == ControlType::kSlider) {
-    out["range"] = Pair(Shown(control, control.valid.min), Shown(control, control.valid.max));
-    out["slider"] = Pair(Shown(control, control.slider.min), Shown(control, control.slider.max));
+    out["range"] = JsonList(Shown(control, control.valid.min), Shown(control, control.valid.max));
+    out["slider"] =
+        JsonList(Shown(control, control.slider.min), Shown(control, control.slider.max));
     out["percent"] = control.percent;
   }
   for (const std::string& choice : control.choices) out["choices"].append(choice);
@@ -106,7 +98,7 @@ Json::Value DefaultAsJson(const ControlInfo& control) {
       return ColorText(std::get<hosting::Color>(control.default_value));
     case ControlType::kPoint: {
       const auto point = std::get<hosting::Point>(control.default_value);
-      return Pair(point.x, point.y);
+      return JsonList(point.x, point.y);
     }
     case ControlType::kGroupStart:
     case ControlType::kGroupEnd:

@@ -8,7 +8,7 @@
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
-#include "json_position.h"
+#include "json_text.h"
 
 namespace app {
 

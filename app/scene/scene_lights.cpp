@@ -2,87 +2,147 @@
 
 #include <fmt/format.h>
 
-#include "hosting/errors.h"
-#include "scene_values.h"
+#include <array>
+
+#include "color_text.h"
+#include "json_text.h"
+#include "scene_track.h"
 
 namespace app {
 namespace {
 
+using hosting::kLightProperties;
 using hosting::Light;
+using hosting::LightKind;
 
-void CheckInRange(const JsonText& json, const Json::Value& value, const Light& light) {
-  hosting::Composition alone;
-  alone.AddLight({hosting::Layer::Kind::kLight, "light", true, {}, light});
-  try {
-    alone.Check();
-  } catch (const hosting::Error& error) {
-    json.FailAt(value, error.what());
-  }
+/// A row of the host's table as scenes write it.
+KeyFormat Property(const hosting::LightProperty& property, ValueType type, Json::Value example,
+                   const char* says) {
+  const double v = property.initial;
+  return {.name = property.name,
+          .type = type,
+          .unit = property.unit,
+          .range = property.range,
+          .initial = type == ValueType::kTriple  ? JsonList(v, v, v)
+                     : type == ValueType::kColor ? Json::Value(ColorText({v, v, v}))
+                                                 : Json::Value(v),
+          .example = std::move(example),
+          .says = says,
+          .animated = true};
 }
 
-/// Sets one property when the light has it; every value must be in the property's range by itself.
-template <class Property, class Read>
-void ReadProperty(const JsonText& json, const Json::Value& object, const char* key, Light& light,
-                  Property Light::*property, const Read& read) {
-  const Json::Value* value = Find(object, key);
-  if (value == nullptr) return;
-  light.*property = ReadTrack(json, *value, [&](const Json::Value& element) {
-    const auto read_value = read(json, element);
-    Light probe;
-    probe.*property = hosting::Track(read_value);
-    CheckInRange(json, element, probe);
-    return read_value;
-  });
+std::vector<KeyFormat> KeysOfEveryLight(const std::string& type) {
+  return {
+      {.name = "type",
+       .type = ValueType::kChoice,
+       .choices = {type},
+       .example = type,
+       .says = "The kind of light.",
+       .needed = true},
+      {.name = "name",
+       .type = ValueType::kText,
+       .example = "sun",
+       .says = "Your own name for it; nothing depends on it."},
+      {.name = "in",
+       .type = ValueType::kNumber,
+       .unit = "seconds",
+       .example = 0.5,
+       .says = "When it goes on; without this key it is on from the start."},
+      {.name = "out",
+       .type = ValueType::kNumber,
+       .unit = "seconds",
+       .example = 2.5,
+       .says = "When it goes off; without this key it stays on."},
+      Property(kLightProperties.intensity, ValueType::kNumber, 130,
+               "How strong it is; a negative light takes light away."),
+      Property(kLightProperties.color, ValueType::kColor, "#ffcf9a", "Its colour."),
+  };
 }
 
-hosting::Layer ReadLight(const JsonText& json, const Json::Value& value) {
-  if (!value.isObject()) json.FailAt(value, "expected a light {\"type\": ..., ...}");
-  std::vector<std::string> types;
-  for (const LightKeys& light : KeysOfLights()) types.push_back(light.type);
-  const std::size_t kind = ReadChoice(json, Need(json, value, "type"), "a light's type", types);
-  const LightKeys& keys = KeysOfLights()[kind];
-  CheckKeys(json, value, fmt::format("a light of type \"{}\"", keys.type),
-            {keys.keys.begin(), keys.keys.end()});
-  if (keys.needs_position) Need(json, value, "position");
+KeyFormat PositionKey(bool needed) {
+  KeyFormat key = Property(kLightProperties.position, ValueType::kTriple, JsonList(480, 100, -500),
+                           "Where it stands; z is negative in front of the layer.");
+  key.needed = needed;
+  if (needed) key.initial = {};
+  return key;
+}
 
+std::vector<KeyFormat> AimKeys() {
+  KeyFormat target =
+      Property(kLightProperties.target, ValueType::kTriple, JsonList(480, 270, 0),
+               "The point it shines at; without this key it shines straight into the layer.");
+  target.initial = {};
+  return {target,
+          Property(kLightProperties.rotation, ValueType::kTriple, JsonList(0, 30, 0),
+                   "Turns it about its own axes, z first, then y, then x, before it is aimed.")};
+}
+
+std::vector<KeyFormat> ConeKeys() {
+  return {
+      Property(kLightProperties.cone_angle, ValueType::kNumber, 80, "The whole angle of the cone."),
+      Property(kLightProperties.cone_feather, ValueType::kNumber, 60,
+               "How soft the cone's edge is.")};
+}
+
+ObjectFormat MakeLightFormat(LightKind kind) {
+  const std::string& type = LightTypeFormat().choices[static_cast<std::size_t>(kind)];
+  ObjectFormat format{fmt::format("a light of type \"{}\"", type), KeysOfEveryLight(type)};
+  const auto add = [&](const std::vector<KeyFormat>& keys) {
+    format.keys.insert(format.keys.end(), keys.begin(), keys.end());
+  };
+  const bool has_direction = kind == LightKind::kParallel || kind == LightKind::kSpot;
+  if (kind != LightKind::kAmbient) add({PositionKey(kind != LightKind::kParallel)});
+  if (has_direction) add(AimKeys());
+  if (kind == LightKind::kSpot) add(ConeKeys());
+  return format;
+}
+
+hosting::Layer ReadLight(const Node& node) {
+  if (!node.IsObject()) node.Fail("expected a light {\"type\": ..., ...}");
   hosting::Layer layer;
   layer.kind = hosting::Layer::Kind::kLight;
-  if (const Json::Value* name = Find(value, "name")) layer.name = ReadText(json, *name);
-  if (const Json::Value* in = Find(value, "in")) layer.span.in = ReadNumber(json, *in);
-  if (const Json::Value* out = Find(value, "out")) layer.span.out = ReadNumber(json, *out);
-
   Light& light = layer.light;
-  light.kind = static_cast<hosting::LightKind>(kind);
-  ReadProperty(json, value, "position", light, &Light::position, ReadVec3);
-  ReadProperty(json, value, "target", light, &Light::target, ReadVec3);
-  ReadProperty(json, value, "rotation", light, &Light::rotation, ReadVec3);
-  ReadProperty(json, value, "intensity", light, &Light::intensity, ReadNumber);
-  ReadProperty(json, value, "color", light, &Light::color, ReadColor);
-  ReadProperty(json, value, "cone_angle", light, &Light::cone_angle, ReadNumber);
-  ReadProperty(json, value, "cone_feather", light, &Light::cone_feather, ReadNumber);
+  light.kind = static_cast<hosting::LightKind>(
+      node.Need("type").As(LightTypeFormat()).Choice("a light's type"));
+  const Node keys = node.Open(LightFormat(light.kind));
+  if (const auto name = keys.Find("name")) layer.name = name->Text();
+  if (const auto in = keys.Find("in")) layer.span.in = in->Number();
+  if (const auto out = keys.Find("out")) layer.span.out = out->Number();
+
+  const auto read = [&](const hosting::LightProperty& property, auto& track, auto value) {
+    if (const auto found = keys.Find(property.name)) {
+      track = ReadTrack(*found, [&](const Node& v) { return (v.*value)(); });
+    }
+  };
+  read(kLightProperties.position, light.position, &Node::Triple);
+  read(kLightProperties.target, light.target, &Node::Triple);
+  read(kLightProperties.rotation, light.rotation, &Node::Triple);
+  read(kLightProperties.intensity, light.intensity, &Node::Number);
+  read(kLightProperties.color, light.color, &Node::Color);
+  read(kLightProperties.cone_angle, light.cone_angle, &Node::Number);
+  read(kLightProperties.cone_feather, light.cone_feather, &Node::Number);
   return layer;
 }
 
 }  // namespace
 
-const std::vector<LightKeys>& KeysOfLights() {
-  static const std::set<std::string> kAll{"type", "name", "in", "out", "intensity", "color"};
-  const auto with = [](std::set<std::string> more) {
-    more.insert(kAll.begin(), kAll.end());
-    return more;
-  };
-  static const std::vector<LightKeys> kLights{
-      {"parallel", with({"position", "target", "rotation"}), false},
-      {"spot", with({"position", "target", "rotation", "cone_angle", "cone_feather"}), true},
-      {"point", with({"position"}), true},
-      {"ambient", kAll, false},
-  };
-  return kLights;
+const KeyFormat& LightTypeFormat() {
+  static const KeyFormat kType{.name = "type",
+                               .type = ValueType::kChoice,
+                               .choices = {"parallel", "spot", "point", "ambient"}};
+  return kType;
 }
 
-void ReadLights(const JsonText& json, const Json::Value& value, hosting::Composition& composition) {
-  if (!value.isArray()) json.FailAt(value, "expected a list of lights");
-  for (const Json::Value& light : value) composition.AddLight(ReadLight(json, light));
+const ObjectFormat& LightFormat(LightKind kind) {
+  static const std::array<ObjectFormat, 4> kLights{
+      MakeLightFormat(LightKind::kParallel), MakeLightFormat(LightKind::kSpot),
+      MakeLightFormat(LightKind::kPoint), MakeLightFormat(LightKind::kAmbient)};
+  return kLights[static_cast<std::size_t>(kind)];
+}
+
+void ReadLights(const Node& node, hosting::Composition& composition) {
+  if (!node.IsList()) node.Fail("expected a list of lights");
+  for (const Node& light : node.Parts()) composition.AddLight(ReadLight(light));
 }
 
 }  // namespace app

@@ -1,25 +1,15 @@
 #pragma once
 
-#include <set>
-#include <string>
-#include <vector>
-
 #include "hosting/composition.h"
-#include "json_position.h"
+#include "scene_node.h"
 
 namespace app {
 
-/// What a scene may say of one type of light.
-struct LightKeys {
-  std::string type;
-  std::set<std::string> keys;
-  bool needs_position = false;
-};
-
-/// In the order of hosting::LightKind.
-const std::vector<LightKeys>& KeysOfLights();
+/// What tells the types of lights apart; its choices are in the order of hosting::LightKind.
+const KeyFormat& LightTypeFormat();
+const ObjectFormat& LightFormat(hosting::LightKind kind);
 
 /// Puts the lights of a list into the composition, the first on top. Throws InputError.
-void ReadLights(const JsonText& json, const Json::Value& value, hosting::Composition& composition);
+void ReadLights(const Node& node, hosting::Composition& composition);
 
 }  // namespace app

@@ -2,20 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <initializer_list>
 #include <string>
-#include <utility>
 
-#include "control_list.h"
+#include "json_text.h"
+#include "scene_controls.h"
 #include "scene_lights.h"
 
 namespace app {
 namespace {
-
-using hosting::ControlInfo;
-using hosting::ControlType;
-
-using Members = std::initializer_list<std::pair<const char*, Json::Value>>;
 
 Json::Value Type(const char* type) {
   Json::Value out;
@@ -23,151 +17,157 @@ Json::Value Type(const char* type) {
   return out;
 }
 
-Json::Value Number(double min, double max) {
+Json::Value Number(const KeyFormat& format) {
   Json::Value out = Type("number");
-  out["minimum"] = min;
-  out["maximum"] = max;
+  if (format.positive) out["exclusiveMinimum"] = 0;
+  if (format.range.min != kAnyNumber.min) out["minimum"] = format.range.min;
+  if (format.range.max != kAnyNumber.max) out["maximum"] = format.range.max;
   return out;
 }
 
-Json::Value Numbers(int count) {
+Json::Value List(const Json::Value& item, int count) {
   Json::Value out = Type("array");
-  out["items"] = Type("number");
+  out["items"] = item;
   out["minItems"] = out["maxItems"] = count;
   return out;
 }
 
-Json::Value Texts(const std::vector<std::string>& choices) {
+Json::Value Pattern(const char* pattern) {
   Json::Value out = Type("string");
-  for (const std::string& choice : choices) out["enum"].append(choice);
+  out["pattern"] = pattern;
   return out;
 }
 
-Json::Value Color() {
-  Json::Value out = Type("string");
-  out["pattern"] = "^#[0-9a-fA-F]{6}$";
-  return out;
-}
-
-Json::Value Object(const Members& members, const std::vector<std::string>& required) {
-  Json::Value out = Type("object");
-  out["additionalProperties"] = false;
-  for (const auto& [name, schema] : members) out["properties"][name] = schema;
-  for (const std::string& name : required) out["required"].append(name);
-  return out;
-}
-
-Json::Value AnyOf(std::initializer_list<Json::Value> schemas) {
+Json::Value Ref(const std::string& name) {
   Json::Value out;
-  for (const Json::Value& schema : schemas) out["anyOf"].append(schema);
+  out["$ref"] = "#/$defs/" + name;
   return out;
 }
 
-/// The value itself, or keys.
-Json::Value Animated(const Json::Value& value, bool is_point = false) {
-  Json::Value handle = Type("array");
-  handle["prefixItems"].append(Number(0, 1));
-  handle["prefixItems"].append(Type("number"));
-  handle["minItems"] = handle["maxItems"] = 2;
-  Json::Value key = Object({{"time", Type("number")},
-                            {"value", value},
-                            {"ease", Texts({"linear", "smooth", "hold"})},
-                            {"in", handle},
-                            {"out", handle}},
-                           {"time", "value"});
-  if (is_point) key["properties"]["in_tangent"] = key["properties"]["out_tangent"] = Numbers(2);
-  Json::Value keys = Type("array");
-  keys["items"] = key;
-  keys["minItems"] = 1;
-  return AnyOf({value, Object({{"keys", keys}}, {"keys"})});
+Json::Value AnyOf(const Json::Value& one, const Json::Value& other) {
+  Json::Value out;
+  out["anyOf"] = JsonList(one, other);
+  return out;
 }
 
-Json::Value Value(const ControlInfo& control) {
-  switch (control.type) {
-    case ControlType::kSlider:
-      return Number(control.valid.min, control.valid.max);
-    case ControlType::kAngle:
-      return Type("number");
-    case ControlType::kPopup:
-      return Texts(control.choices);
-    case ControlType::kColor:
-      return Color();
-    case ControlType::kPoint:
-      return Numbers(2);
-    case ControlType::kGroupStart:
-    case ControlType::kGroupEnd:
+/// A handle: its time is in range, its progress any number.
+Json::Value Handle(const KeyFormat& format) {
+  Json::Value out = List(Type("number"), 2);
+  out["prefixItems"] = JsonList(Number(format));
+  return out;
+}
+
+Json::Value Object(const ObjectFormat& format);
+
+Json::Value Lights() {
+  Json::Value out = Type("array");
+  for (std::size_t i = 0; i < LightTypeFormat().choices.size(); ++i) {
+    out["items"]["oneOf"].append(Object(LightFormat(static_cast<hosting::LightKind>(i))));
+  }
+  return out;
+}
+
+/// What may stand under a key as it is, without keys.
+Json::Value Value(const KeyFormat& format) {
+  switch (format.type) {
+    case ValueType::kText:
+      return Type("string");
+    case ValueType::kNumber:
+      return Number(format);
+    case ValueType::kRate:
+      return AnyOf(Number(format), Pattern("^[0-9]+([./][0-9]+)?$"));
+    case ValueType::kWholePair: {
+      Json::Value whole = Number(format);
+      whole["type"] = "integer";
+      return List(whole, 2);
+    }
+    case ValueType::kPoint:
+      return List(Number(format), 2);
+    case ValueType::kTriple:
+      return List(Number(format), 3);
+    case ValueType::kColor:
+      return Pattern("^#[0-9a-fA-F]{6}$");
+    case ValueType::kChoice: {
+      Json::Value out = Type("string");
+      for (const std::string& choice : format.choices) out["enum"].append(choice);
+      return out;
+    }
+    case ValueType::kHandle:
+      return Handle(format);
+    case ValueType::kControls:
+      return Ref("controls");
+    case ValueType::kLights:
+      return Lights();
+    case ValueType::kKeyed:
+    case ValueType::kKeys:
       break;
   }
   return {};
 }
 
-Json::Value Controls(const std::vector<ControlInfo>& controls) {
-  Json::Value out = Object({}, {});
-  for (const ControlInfo& control : controls) {
-    if (!control.has_value()) continue;
-    const bool is_point = control.type == ControlType::kPoint;
-    Json::Value schema = control.can_vary ? Animated(Value(control), is_point) : Value(control);
-    // A point's default depends on the layer's size.
-    if (!is_point) schema["default"] = DefaultAsJson(control);
-    out["properties"][control.name] = schema;
+/// {"keys": [...]} of such values.
+Json::Value Keys(const KeyFormat& format) {
+  Json::Value key = Type("object");
+  key["additionalProperties"] = false;
+  for (const KeyFormat& part : KeyframeFormat().keys) {
+    if (part.type == ValueType::kPoint && format.type != ValueType::kPoint) continue;
+    const bool keyed = part.type == ValueType::kKeyed;
+    key["properties"][part.name] = keyed ? Value(format) : Ref("key_" + part.name);
+    if (part.needed) key["required"].append(part.name);
+  }
+  Json::Value out = Object(KeysFormat());
+  out["properties"]["keys"]["type"] = "array";
+  out["properties"]["keys"]["items"] = key;
+  out["properties"]["keys"]["minItems"] = 1;
+  return out;
+}
+
+/// The sentence, the unit and the range.
+std::string Description(const KeyFormat& format) {
+  std::string limits = RangeText(format);
+  if (!format.unit.empty()) limits = format.unit + (limits.empty() ? "" : ", " + limits);
+  if (limits.empty() || format.says.empty()) return format.says + limits;
+  return fmt::format("{} ({})", format.says, limits);
+}
+
+Json::Value Described(const KeyFormat& format) {
+  Json::Value out = format.animated ? AnyOf(Value(format), Keys(format)) : Value(format);
+  if (const std::string text = Description(format); !text.empty()) out["description"] = text;
+  if (!format.initial.isNull()) out["default"] = format.initial;
+  if (!format.example.isNull()) out["examples"] = JsonList(format.example);
+  return out;
+}
+
+Json::Value Object(const ObjectFormat& format) {
+  Json::Value out = Type("object");
+  out["additionalProperties"] = false;
+  for (const KeyFormat& key : format.keys) {
+    out["properties"][key.name] = Described(key);
+    if (key.needed) out["required"].append(key.name);
   }
   return out;
 }
 
-Json::Value Light(const LightKeys& light) {
-  Json::Value out = Object({{"type", Texts({light.type})}}, {"type"});
-  const Members all = {{"name", Type("string")},
-                       {"in", Type("number")},
-                       {"out", Type("number")},
-                       {"intensity", Animated(Type("number"))},
-                       {"color", Animated(Color())},
-                       {"position", Animated(Numbers(3))},
-                       {"target", Animated(Numbers(3))},
-                       {"rotation", Animated(Numbers(3))},
-                       {"cone_angle", Animated(Number(0, 180))},
-                       {"cone_feather", Animated(Number(0, 100))}};
-  for (const auto& [name, schema] : all) {
-    if (light.keys.contains(name)) out["properties"][name] = schema;
+Json::Value Whole(const ObjectFormat& format, const char* title,
+                  const std::vector<hosting::ControlInfo>& controls) {
+  Json::Value out = Object(format);
+  out["$schema"] = "https://json-schema.org/draft/2020-12/schema";
+  out["title"] = title;
+  out["$defs"]["controls"] = Object(ControlsFormat(controls));
+  for (const KeyFormat& key : KeyframeFormat().keys) {
+    if (key.type != ValueType::kKeyed) out["$defs"]["key_" + key.name] = Described(key);
   }
-  if (light.needs_position) out["required"].append("position");
   return out;
-}
-
-Json::Value Lights() {
-  Json::Value out = Type("array");
-  for (const LightKeys& light : KeysOfLights()) out["items"]["oneOf"].append(Light(light));
-  return out;
-}
-
-Json::Value Titled(Json::Value schema, const char* title) {
-  schema["$schema"] = "https://json-schema.org/draft/2020-12/schema";
-  schema["title"] = title;
-  return schema;
 }
 
 }  // namespace
 
-Json::Value PresetSchema(const std::vector<ControlInfo>& controls) {
-  const Json::Value preset =
-      Object({{"$schema", Type("string")}, {"controls", Controls(controls)}}, {"controls"});
-  return Titled(preset, "A vorlin preset");
+Json::Value PresetSchema(const std::vector<hosting::ControlInfo>& controls) {
+  return Whole(PresetFormat(), "A vorlin preset", controls);
 }
 
-Json::Value SceneSchema(const std::vector<ControlInfo>& controls) {
-  const Json::Value rate = AnyOf({Type("number"), Type("string")});
-  const Json::Value scene = Object({{"$schema", Type("string")},
-                                    {"layer", Type("string")},
-                                    {"frame_rate", rate},
-                                    {"duration", Type("number")},
-                                    {"pixel_aspect", Numbers(2)},
-                                    {"controls", Controls(controls)},
-                                    {"lights", Lights()},
-                                    {"layer_start", Type("number")},
-                                    {"layer_in", Type("number")},
-                                    {"layer_out", Type("number")},
-                                    {"layer_frame_rate", rate}},
-                                   {"layer", "duration"});
-  return Titled(scene, "A vorlin scene");
+Json::Value SceneSchema(const std::vector<hosting::ControlInfo>& controls) {
+  return Whole(SceneFormat(), "A vorlin scene", controls);
 }
 
 }  // namespace app

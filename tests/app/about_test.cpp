@@ -52,8 +52,9 @@ TEST_F(About, ControlsAreTheEffectsOwn) {
 }
 
 TEST_F(About, TheSchemaNamesEveryControlAndItsLimits) {
-  const Json::Value properties = RunForJson({"schema"})["properties"];
-  const Json::Value& schemas = properties["controls"]["properties"];
+  const Json::Value rules = RunForJson({"schema"});
+  const Json::Value& properties = rules["properties"];
+  const Json::Value& schemas = rules["$defs"]["controls"]["properties"];
   std::size_t count = 0;
   for (const hosting::ControlInfo& control : TheEffect().controls()) {
     if (!control.has_value()) continue;

@@ -120,7 +120,7 @@ TEST_F(Scenes, SayWhatIsWrongWithALight) {
        "70: a light of type \"ambient\" has no \"position\""},
       {R"({"type": "point", "position": [0, 0]})", "80: expected [x, y, z], found [0, 0]"},
       {R"({"type": "spot", "position": [0, 0, 0], "cone_angle": 181})",
-       "104: light \"light\": cone_angle must be 0 to 180 degrees"},
+       "104: \"cone_angle\" is 181, but must be from 0 to 180"},
   };
   for (const auto& [text, message] : cases) {
     EXPECT_EQ(

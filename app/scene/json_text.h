@@ -43,4 +43,16 @@ class JsonText {
   Json::Value root_;
 };
 
+/// As text: on lines of their own when there is an indentation, else on one line. Numbers have 12
+/// digits at most, so that 29.97 is not 29.969999999999999.
+std::string WriteJson(const Json::Value& value, const std::string& indentation);
+
+/// [a, b, ...]
+template <class... Values>
+Json::Value JsonList(const Values&... values) {
+  Json::Value list(Json::arrayValue);
+  (list.append(values), ...);
+  return list;
+}
+
 }  // namespace app

@@ -1,4 +1,4 @@
-#include "json_position.h"
+#include "json_text.h"
 
 #include <fmt/format.h>
 
@@ -162,6 +162,14 @@ void JsonText::FailAtOffset(std::size_t offset, const std::string& message) cons
   const auto line = 1 + std::count(before.begin(), before.end(), '\n');
   const std::size_t column = offset - (before.rfind('\n') + 1) + 1;
   throw InputError(fmt::format("{}:{}:{}: {}", name_, line, column, message));
+}
+
+std::string WriteJson(const Json::Value& value, const std::string& indentation) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = indentation;
+  builder["precision"] = 12;
+  builder["enableYAMLCompatibility"] = true;
+  return Json::writeString(builder, value);
 }
 
 }  // namespace app
