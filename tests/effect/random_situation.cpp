@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -54,13 +55,15 @@ class Dice {
 };
 
 void DrawTimes(Dice& dice, Situation& s) {
-  s.local_time_step = dice.Of<A_long>({1, 7, 100, 1000, 1001, 1024, 1024, 1024, 30000, 0, -1001});
+  s.local_time_step = dice.Once(20) ? dice.Of<A_long>({0, -1001, INT32_MAX})
+                                    : dice.Of<A_long>({1, 7, 100, 1000, 1001, 1001, 1024, 30000});
   s.time_step = dice.Once(3) ? dice.Of<A_long>({512, 1001, 2048, -1024, 0}) : s.local_time_step;
-  s.time_scale = dice.Of<A_u_long>({30000, 30720, 24576, 25, 600, 0, 0xF0000000u});
+  s.time_scale = dice.Once(20) ? dice.Of<A_u_long>({0, 0xF0000000u})
+                               : dice.Of<A_u_long>({30000, 30720, 24576, 25, 600});
   // From a few frames in: whole frames, between them, and before the layer begins.
-  const A_long frames = dice.Int(0, 9);
-  s.current_time = frames * std::abs(s.local_time_step);
-  if (dice.Once(2)) s.current_time += dice.Int(0, std::max(1, std::abs(s.local_time_step)) - 1);
+  const A_long frame = std::clamp(s.local_time_step, -30000, 30000);
+  s.current_time = dice.Int(0, 9) * std::abs(frame);
+  if (dice.Once(2)) s.current_time += dice.Int(0, std::max(1, std::abs(frame)) - 1);
   if (dice.Once(20)) s.current_time = -s.current_time - 3;
   s.shutter_angle = dice.Once(2) ? 0 : Fixed(180);
 }
@@ -72,10 +75,10 @@ void DrawWorlds(Dice& dice, Situation& s) {
   s.downsample_x = scale();
   s.downsample_y = dice.Once(2) ? s.downsample_x : scale();
   s.pixel_aspect = dice.Of<PF_RationalScale>({{1, 1}, {1, 1}, {2, 1}, {10, 11}, {1, 2}});
-  if (dice.Once(60)) s.pixel_aspect.den = 0x80000001u;
-  if (dice.Once(60)) s.downsample_x.den = 0xC0000000u;
-  s.width = dice.Int(1, 40);
-  s.height = dice.Int(1, 30);
+  if (dice.Once(60)) s.pixel_aspect = {0x7FFFFFFF, 0x80000001u};
+  if (dice.Once(60)) s.downsample_x = {0x60000000, 0xC0000000u};
+  s.width = dice.Once(8) ? dice.Int(1, 4) : dice.Int(6, 40);
+  s.height = dice.Once(8) ? dice.Int(1, 4) : dice.Int(6, 30);
   const auto world = [&](bool whole) -> World {
     World w;
     const auto scaled = [](A_long size, const PF_RationalScale& by) {
@@ -121,8 +124,13 @@ void DrawControls(Dice& dice, Situation& s) {
   const double w = s.width * double(s.downsample_x.num) / s.downsample_x.den;
   const double h = s.height * double(s.downsample_y.num) / s.downsample_y.den;
   s.controls[kBrush] = {track(-2, w + 2, w / 2), track(-2, h + 2, h / 2)};
-  if (!dice.Once(8)) s.controls[kBrush].x.last = s.controls[kBrush].x.first + Fixed(w / 2) + 1;
-  s.controls[kBrush].x.end = s.controls[kBrush].x.start + dice.Int(2000, 12000);
+  if (!dice.Once(8)) {  // it moves in the frames that are drawn
+    Track& x = s.controls[kBrush].x;
+    const A_long frame = std::clamp(std::abs(s.local_time_step), 1, 30000);
+    x.last = Fixed(dice.Real(w / 2, w + 2));
+    x.start = s.current_time - dice.Int(1, 6) * frame - dice.Int(0, 3);
+    x.end = s.current_time + dice.Int(0, 2) * frame;
+  }
   s.controls[kWidth].x = track(0, 300, 60);
   if (dice.Once(12)) s.controls[kWidth].x = track(0, 3, 0.1);
   s.controls[kDensity].x = dice.Once(20) ? Constant(0) : track(0, 200, 25);
@@ -172,7 +180,7 @@ Layer DrawLayer(Dice& dice, const Situation& s) {
 }
 
 void DrawRules(Dice& dice, Situation& s) {
-  const int rules = dice.Once(2) ? 0 : dice.Once(4) ? dice.Int(2, 4) : 1;
+  const int rules = dice.Int(1, 5) < 4 ? 0 : dice.Once(4) ? dice.Int(2, 4) : 1;
   for (int i = 0; i < rules; ++i) {
     Rule rule;
     rule.callback = static_cast<Callback>(dice.Int(0, static_cast<int>(Callback::kCount) - 1));
@@ -193,9 +201,8 @@ void DrawRules(Dice& dice, Situation& s) {
 Situation Random(std::uint64_t seed) {
   Dice dice(seed);
   Situation s;
-  s.command = dice.Int(1, 4) != 1
-                  ? dice.Of({PF_Cmd_SMART_RENDER, PF_Cmd_SMART_RENDER, PF_Cmd_RENDER})
-                  : dice.Of<PF_Cmd>({0, 1, 4, 13, 14, 18, 18, 23, 23, dice.Int(-3, 40)});
+  s.command = !dice.Once(5) ? dice.Of({PF_Cmd_SMART_RENDER, PF_Cmd_SMART_RENDER, PF_Cmd_RENDER})
+                            : dice.Of<PF_Cmd>({0, 1, 4, 13, 14, 18, 18, 23, 23, dice.Int(-3, 40)});
   s.has_basic_suite = !dice.Once(40);
   s.has_extra = !dice.Once(3);
   s.quality = dice.Of<PF_Quality>({0, 1, 1, 1, 2, -1});
@@ -206,6 +213,7 @@ Situation Random(std::uint64_t seed) {
   const auto edge = [&] { return dice.Int(-6, 30); };
   s.request = {
       {edge(), edge(), edge() + 20, edge() + 20}, dice.Int(0, 2), dice.Int(0, 15), dice.Once(2)};
+  if (s.command == PF_Cmd_SMART_RENDER && !dice.Once(15)) s.request.rect = {-3, 1, 30, 20};
   s.max_rect = {edge(), edge(), edge() + 15, edge() + 15};
   s.ui_flags = dice.Of({0, 0x20, 0x21});
   s.flags = dice.Of({0, 0x20, 0x42});
@@ -215,6 +223,7 @@ Situation Random(std::uint64_t seed) {
   for (int i = 0; i < layers; ++i) s.layers.push_back(DrawLayer(dice, s));
   s.out_flags = dice.Int(0, 0xFFFF);
   s.out_flags2 = dice.Int(0, 0xFFFF);
+  s.odd_samples = dice.Once(10);
   s.message = std::string(static_cast<std::size_t>(dice.Once(2) ? 0 : dice.Int(1, 255)), 'm');
   DrawRules(dice, s);
   return s;

@@ -147,7 +147,8 @@ struct Situation {
   PF_PixelFloat float_color{1, 1, 1, 1};
   PF_OutFlags out_flags = 0;
   PF_OutFlags2 out_flags2 = 0;
-  std::string message;  // in out_data before the command
+  std::string message;       // in out_data before the command
+  bool odd_samples = false;  // of float pixels: NaN, infinities and very large numbers among them
   std::vector<Rule> rules;
   int threads = 1;  // of the iterations; with more than one nothing is logged
 };

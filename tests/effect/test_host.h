@@ -40,7 +40,7 @@ struct Outcome {
 };
 
 /// Runs a command on a host of its own.
-Outcome Run(const Situation& situation, PF_MainEntry entry);
+Outcome RunCommand(const Situation& situation, PF_MainEntry entry);
 
 /// The first difference of two outcomes in words, or an empty text.
 std::string FirstDifference(const Outcome& effect, const Outcome& reference);
