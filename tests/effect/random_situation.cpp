@@ -38,12 +38,12 @@ enum : std::size_t {
 
 class Dice {
  public:
-  explicit Dice(std::uint64_t seed) : random_(seed * 0x9E3779B97F4A7C15u + 1) {}
+  explicit Dice(const NextNumber& next) : next_(next) {}
 
-  int Int(int from, int to) { return std::uniform_int_distribution<int>(from, to)(random_); }
-  double Real(double from, double to) {
-    return std::uniform_real_distribution<double>(from, to)(random_);
+  int Int(int from, int to) {
+    return from + static_cast<int>(next_() % static_cast<std::uint32_t>(to - from + 1));
   }
+  double Real(double from, double to) { return from + (to - from) * (next_() % 65536) / 65536.0; }
   bool Once(int in) { return Int(1, in) == 1; }
   template <class Value>
   Value Of(std::initializer_list<Value> values) {
@@ -51,7 +51,7 @@ class Dice {
   }
 
  private:
-  std::mt19937_64 random_;
+  const NextNumber& next_;
 };
 
 void DrawTimes(Dice& dice, Situation& s) {
@@ -198,8 +198,8 @@ void DrawRules(Dice& dice, Situation& s) {
 
 }  // namespace
 
-Situation Random(std::uint64_t seed) {
-  Dice dice(seed);
+Situation Drawn(const NextNumber& next) {
+  Dice dice(next);
   Situation s;
   s.command = !dice.Once(5) ? dice.Of({PF_Cmd_SMART_RENDER, PF_Cmd_SMART_RENDER, PF_Cmd_RENDER})
                             : dice.Of<PF_Cmd>({0, 1, 4, 13, 14, 18, 18, 23, 23, dice.Int(-3, 40)});
@@ -227,6 +227,11 @@ Situation Random(std::uint64_t seed) {
   s.message = std::string(static_cast<std::size_t>(dice.Once(2) ? 0 : dice.Int(1, 255)), 'm');
   DrawRules(dice, s);
   return s;
+}
+
+Situation Random(std::uint64_t seed) {
+  std::mt19937 random(static_cast<std::uint32_t>(seed * 2654435761u));
+  return Drawn([&] { return static_cast<std::uint32_t>(random()); });
 }
 
 Situation PlainFrame(PF_Cmd command, PF_PixelFormat format) {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -156,7 +157,11 @@ struct Situation {
 /// A frame that draws a stroke: a brush that moves across the layer, on every default.
 Situation PlainFrame(PF_Cmd command, PF_PixelFormat format);
 
-/// Any situation; the same for the same seed.
+/// Where a drawn situation's numbers come from; any 32-bit number.
+using NextNumber = std::function<std::uint32_t()>;
+/// Any situation, the same for the same numbers.
+Situation Drawn(const NextNumber& next);
+/// One from a random generator with that seed.
 Situation Random(std::uint64_t seed);
 
 }  // namespace testhost
