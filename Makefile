@@ -2,7 +2,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: build demo gallery schemas package test torture bench coverage fuzz clean
+.PHONY: build demo gallery schemas package test torture bench figures fuzz clean
 
 build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
@@ -50,32 +50,18 @@ bench: | deps
 	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
 	bench/render_bench $(BUILD)
 
-# Branches that only an exception of the compiler's making takes are left out. Every other one must be taken in
-# the files that keep the books: entry, environment, scratch world and driver.
-KEEPERS := effect/(host/(main_entry|fxenv|give_back|suite_handler)|render/(scratch_world|driver))\.
-GCOVR := gcovr --root . --object-directory build/coverage --branches --exclude-throw-branches \
-  build/coverage/effect build/coverage/tests/effect
-coverage: | deps
-	@tools/install-deps coverage
-	cmake --preset coverage
-	cmake --build --preset coverage
-	find build/coverage -name '*.gcda' -delete
-	set -e; for t in effect_tests frame_tests; do build/coverage/tests/effect/$$t --gtest_brief=1; done
-	$(GCOVR) --filter effect/
-	$(GCOVR) --filter '$(KEEPERS)' --fail-under-branch 100
-
 # The command line mistreated; the tests run a short version.
 KILLS ?= 200
 torture: build
 	tests/torture/torture.py $(BUILD)/app/cli/vorlin $(BUILD)/tests/torture/libfailing_calls.so scenes/tiles.png --kills $(KILLS)
 
-# Each fuzzer for that long. What it finds is left in build/fuzz/found, and belongs into fuzz/corpus once mended.
+# Each fuzzer for that long. What it finds is left in build/asan/found, and belongs into fuzz/corpus once mended.
 FUZZ_SECONDS ?= 60
 FUZZERS ?= entry scene path
 fuzz: | deps
 	@tools/install-deps fuzz
-	cmake --preset fuzz
-	cmake --build --preset fuzz
+	cmake --preset asan
+	cmake --build --preset asan --target $(FUZZERS:%=fuzz_%)
 	tools/fuzz $(FUZZ_SECONDS) $(FUZZERS)
 
 clean:
