@@ -11,7 +11,7 @@
 
 namespace hosting {
 
-/// What arrives at an entry point.
+/// What arrives at an entry point, and the calls that answer it.
 struct Commanded {
   PF_Cmd cmd;
   PF_InData* in;
@@ -19,30 +19,54 @@ struct Commanded {
   PF_ParamDef** params;
   PF_LayerDef* output;
   void* extra;
+
+  PF_ProgPtr ref() const { return in->effect_ref; }
+  PF_PreRenderExtra& pre() const { return *static_cast<PF_PreRenderExtra*>(extra); }
+  PF_SmartRenderExtra& smart() const { return *static_cast<PF_SmartRenderExtra*>(extra); }
+
+  PF_Err CheckOut(int index, PF_ParamDef* def, A_long time = 0) const {
+    return in->inter.checkout_param(ref(), index, time, in->time_step, in->time_scale, def);
+  }
+  PF_Err CheckIn(PF_ParamDef* def) const { return in->inter.checkin_param(ref(), def); }
+  PF_Err Fill(PF_EffectWorld* world, const PF_Pixel* color = nullptr,
+              const PF_Rect* rect = nullptr) const {
+    return in->utils->fill(ref(), color, rect, world);
+  }
+  template <class Suite>
+  const Suite* Acquire(const char* name, int version) const {
+    const void* suite = nullptr;
+    in->pica_basicP->AcquireSuite(name, version, &suite);
+    return static_cast<const Suite*>(suite);
+  }
+  void Release(const char* name, int version) const {
+    EXPECT_EQ(in->pica_basicP->ReleaseSuite(name, version), 0) << name;
+  }
 };
 
 /// Answers commands; set before the entry point is used.
 inline std::function<PF_Err(const Commanded&)> fixture_behaviour;
 
-/// Adds one slider and one colour at parameter setup and leaves the rest to the behaviour.
+/// Adds a slider, a colour and a point at parameter setup and leaves the rest to the behaviour.
 inline PF_Err FixtureEntry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
                            PF_LayerDef* output, void* extra) {
   if (cmd == PF_Cmd_PARAMS_SETUP) {
-    PF_ParamDef slider{};
-    slider.param_type = PF_Param_FIX_SLIDER;
-    slider.u.fd.valid_max = slider.u.fd.slider_max = 100 << 16;
-    PF_ParamDef color{};
-    color.param_type = PF_Param_COLOR;
-    out->num_params = 3;
-    const PF_Err err = in->inter.add_param(in->effect_ref, -1, &slider);
-    return err != 0 ? err : in->inter.add_param(in->effect_ref, -1, &color);
+    out->num_params = 4;
+    for (const PF_ParamType type : {PF_Param_FIX_SLIDER, PF_Param_COLOR, PF_Param_POINT}) {
+      PF_ParamDef control{};
+      control.param_type = type;
+      if (type == PF_Param_FIX_SLIDER) control.u.fd.valid_max = 100 << 16;
+      const PF_Err err = in->inter.add_param(in->effect_ref, -1, &control);
+      if (err != 0) return err;
+    }
+    return 0;
   }
   return fixture_behaviour ? fixture_behaviour({cmd, in, out, params, output, extra}) : 0;
 }
 
-// Test fixtures keep the name for themselves.
+// Test fixtures keep the name Setup for themselves.
 using Scene = Setup;
 
+/// A layer of 20 x 10 pixels that count from 0.
 inline Scene SceneFor(const Effect& effect) {
   Scene scene;
   scene.width = 20;
@@ -56,8 +80,8 @@ inline Scene SceneFor(const Effect& effect) {
   return scene;
 }
 
-/// Renders frame 30 of a scene of two controls, changed as asked, by an effect that behaves like
-/// that.
+/// Renders frame 30 of a scene of three controls, changed as asked, by an effect that behaves like
+/// that: by the classic command, unless that is changed.
 inline Frame Provoke(std::function<PF_Err(const Commanded&)> behaviour,
                      std::function<void(Scene&, RenderOptions&)> change = {}) {
   fixture_behaviour = nullptr;
@@ -68,17 +92,6 @@ inline Frame Provoke(std::function<PF_Err(const Commanded&)> behaviour,
   options.smart = false;
   if (change) change(scene, options);
   return Renderer(effect, scene, options).Render(scene.time.FrameTime(30));
-}
-
-template <class Suite>
-const Suite& Acquire(const Commanded& c, const char* name, int version) {
-  const void* suite = nullptr;
-  EXPECT_EQ(c.in->pica_basicP->AcquireSuite(name, version, &suite), 0) << name;
-  return *static_cast<const Suite*>(suite);
-}
-
-inline void Release(const Commanded& c, const char* name, int version) {
-  EXPECT_EQ(c.in->pica_basicP->ReleaseSuite(name, version), 0);
 }
 
 }  // namespace hosting

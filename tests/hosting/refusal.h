@@ -9,12 +9,12 @@
 
 namespace hosting {
 
-/// The line of the Error that f throws; fails the test when it throws none.
-template <class F>
+/// The line of the Refusal that f throws; fails the test when it throws none.
+template <class Refusal = Error, class F>
 std::string RefusalOf(F f) {
   try {
     f();
-  } catch (const Error& error) {
+  } catch (const Refusal& error) {
     return error.what();
   }
   ADD_FAILURE() << "nothing was refused";
