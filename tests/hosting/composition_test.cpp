@@ -52,82 +52,67 @@ TEST(Light, ShinesAlongItsOwnZAxis) {
   for (const auto& c : cases) {
     const A_Matrix4 m = c.light.ToWorld(0, c.pixel_aspect);
     for (int row = 0; row < 4; ++row) {
-      EXPECT_NEAR(m.mat[row][0], c.rows[row].x, 1e-12) << c.what << ", row " << row;
-      EXPECT_NEAR(m.mat[row][1], c.rows[row].y, 1e-12) << c.what << ", row " << row;
-      EXPECT_NEAR(m.mat[row][2], c.rows[row].z, 1e-12) << c.what << ", row " << row;
-      EXPECT_EQ(m.mat[row][3], row == 3 ? 1 : 0) << c.what;
+      const double expected[] = {c.rows[row].x, c.rows[row].y, c.rows[row].z, row < 3 ? 0.0 : 1.0};
+      for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(m.mat[row][i], expected[i], 1e-12) << c.what << ", row " << row;
+      }
     }
   }
 }
 
-/// From one value to another in a second, far beyond both in between.
-template <class Value>
-Track<Value> Overshooting(Value from, Value to) {
-  return Track<Value>({{.seconds = 0, .value = from, .out = {0.3, -2}},
-                       {.seconds = 1, .value = to, .in = {0.3, -2}}});
-}
-
 TEST(Light, KeepsCurvesThatOvershootInRange) {
+  const auto overshooting = [](auto from, auto to) {
+    return Track<decltype(from)>({{.seconds = 0, .value = from, .out = {0.3, -2}},
+                                  {.seconds = 1, .value = to, .in = {0.3, -2}}});
+  };
   Light light;
-  light.intensity = Overshooting(0.0, 100.0);
-  light.color = Overshooting(Color{0, 1, 0.5}, Color{1, 0, 0.5});
-  light.cone_angle = Overshooting(0.0, 180.0);
-  light.cone_feather = Overshooting(0.0, 100.0);
+  light.intensity = overshooting(0.0, 100.0);
+  light.color = overshooting(Color{0, 1, 0.5}, Color{1, 0, 0.5});
+  light.cone_angle = overshooting(0.0, 180.0);
+  light.cone_feather = overshooting(0.0, 100.0);
   light.Check("Key");
-  const struct {
-    double seconds;
-    double intensity;  // any is in range
-    Color color;
-    double angle;
-    double feather;
-  } cases[] = {{0.2, light.intensity.At(0.2), {0, 1, 0.5}, 0, 0},
-               {0.5, 50, {0.5, 0.5, 0.5}, 90, 50},
-               {0.8, light.intensity.At(0.8), {1, 0, 0.5}, 180, 100}};
-  EXPECT_LT(cases[0].intensity, 0);
-  for (const auto& c : cases) {
-    EXPECT_NEAR(light.IntensityAt(c.seconds), c.intensity, 1e-9) << c.seconds;
-    EXPECT_NEAR(light.ColorAt(c.seconds).red, c.color.red, 1e-9) << c.seconds;
-    EXPECT_NEAR(light.ColorAt(c.seconds).green, c.color.green, 1e-9) << c.seconds;
-    EXPECT_NEAR(light.ColorAt(c.seconds).blue, c.color.blue, 1e-9) << c.seconds;
-    EXPECT_NEAR(light.ConeAngleAt(c.seconds), c.angle, 1e-9) << c.seconds;
-    EXPECT_NEAR(light.ConeFeatherAt(c.seconds), c.feather, 1e-9) << c.seconds;
-  }
+  const auto at = [&](double seconds) {
+    const Color color = light.ColorAt(seconds);
+    return Text(color.red, color.green, color.blue, light.ConeAngleAt(seconds),
+                light.ConeFeatherAt(seconds));
+  };
+  EXPECT_EQ(at(0.2), "0 1 0.5 0 0");
+  EXPECT_EQ(at(0.5), "0.5 0.5 0.5 90 50");
+  EXPECT_EQ(at(0.8), "1 0 0.5 180 100");
+  EXPECT_LT(light.IntensityAt(0.2), 0);  // lights may take light away
 }
 
 TEST(Composition, RefusesImpossibleOnes) {
-  const struct {
-    const char* said;
-    std::function<void(Composition&, Light&)> change;
-  } cases[] = {
-      {"light \"Key\": cone_angle must be 0 to 180 degrees",
-       [](Composition&, Light& l) { l.cone_angle = 181.0; }},
-      {"cone_feather must be 0 to 100", [](Composition&, Light& l) { l.cone_feather = -1.0; }},
+  using C = Composition&;
+  using L = Light&;
+  const std::pair<const char*, std::function<void(C, L)>> cases[]{
+      {"light \"Key\": cone_angle must be 0 to 180 degrees", [](C, L l) { l.cone_angle = 181.0; }},
+      {"cone_feather must be 0 to 100", [](C, L l) { l.cone_feather = -1.0; }},
       {"color must be 0 to 1",
-       [](Composition&, Light& l) {
+       [](C, L l) {
          l.color = Color{0, 2, 0};
        }},
-      {"intensity must be finite", [](Composition&, Light& l) { l.intensity = HUGE_VAL; }},
+      {"intensity must be finite", [](C, L l) { l.intensity = HUGE_VAL; }},
       {"position must be finite",
-       [](Composition&, Light& l) {
+       [](C, L l) {
          l.position = Vec3{0, NAN, 0};
        }},
       {"target",
-       [](Composition&, Light& l) {
+       [](C, L l) {
          l.target = Track(Vec3{0, 0, -HUGE_VAL});
        }},
       {"rotation",
-       [](Composition&, Light& l) {
+       [](C, L l) {
          l.rotation = Vec3{NAN, 0, 0};
        }},
-      {"0 times", [](Composition& c, Light&) { c.layers.pop_back(); }},
-      {"2 times", [](Composition& c, Light&) { c.layers.push_back(c.layers.back()); }},
-  };
-  for (const auto& c : cases) {
+      {"0 times", [](C c, L) { c.layers.pop_back(); }},
+      {"2 times", [](C c, L) { c.layers.push_back(c.layers.back()); }}};
+  for (const auto& [said, change] : cases) {
     Composition composition;
     composition.AddLight({Layer::Kind::kLight, "Key", true, {}, {}});
     EXPECT_NO_THROW(composition.Check());
-    c.change(composition, composition.layers.front().light);
-    EXPECT_REFUSED(composition.Check(), c.said);
+    change(composition, composition.layers.front().light);
+    EXPECT_REFUSED(composition.Check(), said);
   }
 }
 

@@ -1,173 +1,150 @@
+// The built effect's controls and panel, as the host knows them.
 #include "hosting/controls.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <cstring>
-#include <functional>
 
-#include "refusal.h"
+#include "fixture_effect.h"
 
 namespace hosting {
 namespace {
 
-PF_ParamDef Record(PF_ParamType type, const char* name, PF_ParamFlags flags = 0) {
-  PF_ParamDef def{};
-  def.param_type = type;
-  def.flags = flags;
-  std::strcpy(def.name, name);
-  switch (type) {
-    case PF_Param_FIX_SLIDER:
-      def.ui_flags = PF_PUI_DISABLED;
-      def.uu.id = 77;
-      def.u.fd = {5 << 16, "",       "",      -(2 << 16), 100 << 16,
-                  0,       20 << 16, 5 << 16, 2,          PF_ValueDisplayFlag_PERCENT};
-      break;
-    case PF_Param_POPUP:
-      def.u.pd.value = def.u.pd.dephault = 2;
-      def.u.pd.num_choices = 3;
-      def.u.pd.u.namesptr = "One|Two|Three";
-      break;
-    case PF_Param_POINT:
-      def.u.td.x_dephault = 50 << 16;
-      def.u.td.y_dephault = 25 << 16;
-      break;
-    case PF_Param_COLOR:
-      def.u.cd.dephault = {255, 255, 51, 0};
-      break;
-    case PF_Param_ANGLE:
-      def.u.ad.dephault = -45 * 65536;
-      break;
-    default:
-      break;
-  }
-  return def;
-}
+const std::filesystem::path kBuilt = VORLIN_EFFECT;
 
 /// On a layer of 200 x 80.
-ControlTracks Controls() {
-  const PF_ParamDef records[]{
-      Record(PF_Param_FIX_SLIDER, "Width", PF_ParamFlag_COLLAPSE_TWIRLY),
-      Record(PF_Param_POPUP, "Style", PF_ParamFlag_CANNOT_TIME_VARY | PF_ParamFlag_SUPERVISE),
-      Record(PF_Param_POINT, "Place"),
-      Record(PF_Param_COLOR, "Tint"),
-      Record(PF_Param_ANGLE, "Turn"),
-      Record(PF_Param_GROUP_START, "Group")};
-  std::vector<ControlInfo> controls;
-  for (const PF_ParamDef& record : records) {
-    controls.push_back(DescribeControl(static_cast<int>(controls.size()) + 1, record));
-  }
-  return {controls, 200, 80};
-}
+ControlTracks Controls() { return {Effect(kBuilt).controls(), 200, 80}; }
 
-TEST(DescribeControl, TakesEverythingFromTheRecord) {
-  const ControlTracks controls = Controls();
-  const ControlInfo& slider = controls.Control("Width");
-  EXPECT_EQ(slider.index, 1);
-  EXPECT_EQ(slider.id, 77);
-  EXPECT_EQ(slider.type, ControlType::kSlider);
-  EXPECT_EQ(slider.valid.min, -2);
-  EXPECT_EQ(slider.valid.max, 100);
-  EXPECT_EQ(slider.slider.max, 20);
-  EXPECT_EQ(slider.precision, 2);
-  EXPECT_TRUE(slider.percent && slider.can_vary);
-  EXPECT_TRUE(slider.starts_disabled && slider.starts_collapsed);
-  const ControlInfo& popup = controls.Control("Style");
-  EXPECT_EQ(popup.choices, (std::vector<std::string>{"One", "Two", "Three"}));
-  EXPECT_TRUE(popup.supervised && !popup.can_vary);
-  EXPECT_EQ(std::get<Color>(controls.Control("Tint").default_value), (Color{1, 0.2, 0}));
-  EXPECT_REFUSED(DescribeControl(1, Record(PF_Param_PATH, "Way")), "\"Way\" is of type 12");
+/// The value in a control's record, whatever its type.
+std::string ValueOf(const ControlTracks& controls, const char* name, double seconds, double x) {
+  const ControlInfo& control = controls.Control(name);
+  const PF_ParamDef p = controls.At(control.index, seconds, x, 1);
+  const PF_Pixel color = p.u.cd.value;
+  switch (control.type) {
+    case ControlType::kColor:
+      return Text(+color.alpha, +color.red, +color.green, +color.blue);
+    case ControlType::kPoint:
+      return Text(p.u.td.x_value, p.u.td.y_value);
+    case ControlType::kPopup:
+      return Text(p.u.pd.value);
+    default:
+      return Text(control.type == ControlType::kAngle ? p.u.ad.value : p.u.fd.value);
+  }
 }
 
 TEST(ControlTracks, AnswerAnyTimeRoundedToNearest) {
-  const auto overshooting = [](double from, double to) {
-    return Track<double>({{.seconds = 0, .value = from, .out = {0.3, -3}},
-                          {.seconds = 1, .value = to, .in = {0.3, -3}}});
-  };
   const Track<double> rising({{.seconds = 0, .value = 0}, {.seconds = 3, .value = 1}});
-  const auto slider = [](const PF_ParamDef& p) { return p.u.fd.value; };
-  const auto angle = [](const PF_ParamDef& p) { return p.u.ad.value; };
-  const auto popup = [](const PF_ParamDef& p) { return p.u.pd.value; };
-  const auto point_x = [](const PF_ParamDef& p) { return p.u.td.x_value; };
-  const auto point_y = [](const PF_ParamDef& p) { return p.u.td.y_value; };
-  const auto green = [](const PF_ParamDef& p) { return PF_Fixed{p.u.cd.value.green}; };
-  const auto alpha = [](const PF_ParamDef& p) { return PF_Fixed{p.u.cd.value.alpha}; };
+  const Track<double> overshooting({{.seconds = 0, .value = 0, .out = {0.3, -3}},
+                                    {.seconds = 1, .value = 100, .in = {0.3, -3}}});
   const struct {
-    const char* control;
+    const char* name;
     std::optional<ControlTrack> track;  // else the default
     double seconds;
-    std::function<PF_Fixed(const PF_ParamDef&)> value;
-    PF_Fixed expected;
-    double downsample = 1;
+    const char* expected;
+    double downsample_x = 1;
   } cases[] = {
-      {"Width", {}, 0, slider, 5 << 16},
-      {"Style", {}, 0, popup, 2},
-      {"Place", {}, 0, point_x, 50 << 16, 0.5},  // half of 200, at half resolution
-      {"Place", {}, 0, point_y, 20 << 16},
-      {"Tint", {}, 0, green, 51},
-      {"Tint", {}, 0, alpha, 255},
-      {"Turn", {}, 0, angle, -45 * 65536},
-      {"Width", rising, -1e6, slider, 0},
-      {"Width", rising, 1, slider, 21845},  // 65536 / 3 = 21845.33
-      {"Width", rising, 2, slider, 43691},  // 43690.67
-      {"Width", rising, 1e6, slider, 65536},
-      {"Width", overshooting(-2, 100), 0.2, slider, -(2 << 16)},  // held in range
-      {"Width", overshooting(-2, 100), 0.8, slider, 100 << 16},
-      {"Turn", Track<double>(-1000.25), 0, angle, -65552384},                 // -1000.25 * 65536
-      {"Place", Track<Point>(Point{10.5, -3}), 0, point_x, 229376, 1.0 / 3},  // 3.5 * 65536
-      {"Place", Track<Point>(Point{10.5, -3}), 0, point_y, -3 * 65536},
-      {"Tint", Track<Color>(Color{0, 0.5, 0}), 0, green, 128},  // 127.5
-  };
+      {"Roughness", {}, 0, "1638"},
+      {"Paint Style", {}, 0, "1"},
+      {"Brush Position", {}, 0, "3276800 2621440", 0.5},  // half of 200, at half resolution
+      {"Light Color", {}, 0, "255 255 255 255"},
+      {"Light Direction", {}, 0, "-2949120"},
+      {"Strength", rising, -1e6, "0"},
+      {"Strength", rising, 1, "21845"},  // 65536 / 3 = 21845.33
+      {"Strength", rising, 2, "43691"},  // 43690.67
+      {"Strength", rising, 1e6, "65536"},
+      {"Strength", overshooting, 0.2, "0"},  // held in range
+      {"Strength", overshooting, 0.8, "6553600"},
+      {"Paint Style", Track<int>(2), 0, "2"},
+      {"Light Direction", Track<double>(-1000.25), 0, "-65552384"},
+      {"Brush Position", Track<Point>({10.5, -3}), 0, "229376 -196608", 1.0 / 3},
+      {"Light Color", Track<Color>({0.5, 0.001, 1}), 0, "255 128 0 255"}};  // 127.5
   for (const auto& c : cases) {
     ControlTracks controls = Controls();
-    if (c.track) controls.Set(c.control, *c.track);
-    const int index = controls.Control(c.control).index;
-    const PF_ParamDef param = controls.At(index, c.seconds, c.downsample, 1);
-    EXPECT_EQ(c.value(param), c.expected) << c.control << " at " << c.seconds;
-    EXPECT_STREQ(param.name, c.control);
+    if (c.track) controls.Set(c.name, *c.track);
+    EXPECT_EQ(ValueOf(controls, c.name, c.seconds, c.downsample_x), c.expected)
+        << c.name << " at " << c.seconds;
   }
 }
 
 TEST(ControlTracks, RefuseWhatTheControlCannotTake) {
-  const std::pair<const char*, std::function<void(ControlTracks&)>> cases[]{
-      {"\"Width\" is 100.1, but must be from -2 to 100",
-       [](auto& c) { c.Set("Width", Track<double>(100.1)); }},
-      {"must be from -2",
-       [](auto& c) {
-         c.Set("Width", Track<double>({{.seconds = 0}, {.seconds = 1, .value = -3}}));
-       }},
-      {"must be from", [](auto& c) { c.Set("Width", Track<double>(NAN)); }},
-      {"another type", [](auto& c) { c.Set("Width", Track<int>(3)); }},
-      {"from 1 to 3", [](auto& c) { c.Set("Style", Track<int>(0)); }},
-      {"from 1 to 3", [](auto& c) { c.Set("Style", Track<int>(4)); }},
-      {"cannot change over time",
-       [](auto& c) {
-         c.Set("Style", Track<int>({{.seconds = 0, .value = 1}, {.seconds = 1, .value = 2}}));
-       }},
-      {"from 0 to 1",
-       [](auto& c) {
-         c.Set("Tint", Track<Color>(Color{0, 1.01, 0}));
-       }},
-      {"from -32767 to 32767",
-       [](auto& c) {
-         c.Set("Place", Track<Point>(Point{40000, 0}));
-       }},
-      {"no control \"Group\"", [](auto& c) { c.Set("Group", Track<double>(1)); }},
-      {"is a group", [](auto& c) { c.Set(6, Track<double>(1)); }},
-      {"no control 0", [](auto& c) { c.Set(0, Track<double>(1)); }},
-      {"no control \"width\"", [](auto& c) { c.Set("width", Track<double>(1)); }},
-      {"no colour", [](auto& c) { c.ColorAt(1, 0); }},
+  using Numbers = Track<double>;
+  const struct {
+    const char* said;
+    const char* name;
+    ControlTrack track;
+  } cases[] = {
+      {"\"Strength\" is 100.1, but must be from 0 to 100", "Strength", Numbers(100.1)},
+      {"from 0 to 100", "Strength", Numbers({{.seconds = 0}, {.seconds = 1, .value = -3}})},
+      {"from 0 to 100", "Strength", Numbers(NAN)},
+      {"from 0.000992", "Roughness", Numbers(0.0009)},
+      {"another type", "Strength", Track<int>(3)},
+      {"from 1 to 2", "Paint Style", Track<int>(0)},
+      {"from 1 to 2", "Paint Style", Track<int>(3)},
+      {"over time", "Paint Style", Track<int>({{.seconds = 0, .value = 1}, {.seconds = 1}})},
+      {"from 0 to 1", "Light Color", Track<Color>({0, 1.01, 0})},
+      {"from -32767 to 32767", "Brush Position", Track<Point>({40000, 0})},
+      {"no control \"Style\"", "Style", Numbers(1)},  // a group
+      {"no control \"strength\"", "strength", Numbers(1)}};
+  ControlTracks controls = Controls();
+  for (const auto& c : cases) EXPECT_REFUSED(controls.Set(c.name, c.track), c.said);
+  EXPECT_REFUSED(controls.Set(7, Numbers(1)), "is a group");
+  EXPECT_REFUSED(controls.Set(0, Numbers(1)), "no control 0");
+  EXPECT_REFUSED(controls.ColorAt(1, 0), "no colour");
+  EXPECT_NO_THROW(controls.Set("Roughness", Numbers(0.001)));  // 16.16 cuts the limit off
+}
+
+TEST(Effect, TellsItsControlsAndArrangesThePanel) {
+  const Effect effect{kBuilt};
+  Scene scene = SceneFor(effect);
+  const ControlInfo& strength = scene.controls.Control("Strength");
+  EXPECT_EQ(Text(strength.index, strength.id, strength.slider.max, strength.valid.max,
+                 strength.precision, strength.percent, strength.can_vary),
+            "6 6 100 100 1 1 1");
+  const ControlInfo& style = scene.controls.Control("Paint Style");
+  EXPECT_EQ(Text(style.choices.size(), style.choices.back(), style.supervised, style.can_vary),
+            "2 Wobbly 1 0");
+  EXPECT_NE(effect.About().find("\nLiquid stroke"), std::string::npos) << effect.About();
+
+  const auto state = [&](const Panel& panel, const char* name) {
+    const auto index = static_cast<std::size_t>(scene.controls.Control(name).index);
+    return Text(panel[index].enabled, panel[index].collapsed);
   };
-  for (const auto& [said, set] : cases) {
-    ControlTracks controls = Controls();
-    EXPECT_REFUSED(set(controls), said);
-  }
-  // What is written in decimals is in range, whatever 16.16 makes of the limit.
-  ControlInfo rough = Controls().Control("Width");
-  rough.valid.min = 65 / 65536.0;
-  ControlTracks controls({rough}, 10, 10);
-  EXPECT_NO_THROW(controls.Set("Width", Track<double>(0.001)));
-  EXPECT_REFUSED(controls.Set("Width", Track<double>(0.0009)), "must be from 0.000992");
+  const Panel first = effect.InitialPanel();
+  EXPECT_EQ(state(first, "Wobble Width"), "0 1");
+  EXPECT_EQ(effect.Supervise(scene, 0, first), first);  // as it set itself up
+  scene.controls.Set("Paint Style", Track<int>(2));
+  EXPECT_EQ(state(effect.Supervise(scene, 0, first, style.index), "Wobble Width"), "1 1");
+  EXPECT_REFUSED(effect.Supervise(scene, 0, Panel(3)), "not this effect's");
+  EXPECT_EQ(effect.DynamicFlags(scene, 0) & PF_OutFlag2_I_USE_3D_LIGHTS, 0);
+  scene.controls.Set("Using", Track<int>(2));
+  EXPECT_NE(effect.DynamicFlags(scene, 0) & PF_OutFlag2_I_USE_3D_LIGHTS, 0);
+}
+
+TEST(Effect, RefusesWhatIsNone) {
+  EXPECT_REFUSED(Effect(std::filesystem::path("no/such/library.so")), "cannot be loaded");
+  const PF_MainEntry miscounting = [](PF_Cmd, PF_InData*, PF_OutData* out, auto...) -> PF_Err {
+    out->num_params = 3;
+    return 0;
+  };
+  EXPECT_REFUSED(Effect{miscounting}, "num_params is 3 after 0 calls of add_param, expected 1");
+  PF_ParamDef path{};
+  path.param_type = PF_Param_PATH;
+  EXPECT_REFUSED(DescribeControl(1, path), "is of type 12");
+}
+
+TEST(Observer, SeesEveryCallAndMayRefuseIt) {
+  std::string seen;
+  const auto refuse = [&](const Call& call) -> PF_Err {
+    if (call.kind != CallKind::kCheckoutParam) return 0;
+    seen = call.Text();
+    return PF_Err_OUT_OF_MEMORY;
+  };
+  const auto behave = [](const Commanded& c) {
+    PF_ParamDef def{};
+    const PF_Err err = c.CheckOut(1, &def, -5);
+    return c.CheckIn(&def) != 0 ? 0 : err;
+  };
+  const auto observed = [&](Scene&, RenderOptions& o) { o.observer = refuse; };
+  EXPECT_REFUSED(Provoke(behave, observed), "PF_Cmd_RENDER with 4");
+  EXPECT_EQ(seen, "checkout_param(1 \"\" t=-5 step=1024 scale=30720)");
 }
 
 }  // namespace

@@ -1,13 +1,12 @@
 // An effect made of a function, for provoking the host.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <functional>
 
 #include "hosting/render.h"
 #include "pf_effect.h"
 #include "pf_smart.h"
+#include "refusal.h"
 
 namespace hosting {
 
@@ -32,14 +31,22 @@ struct Commanded {
               const PF_Rect* rect = nullptr) const {
     return in->utils->fill(ref(), color, rect, world);
   }
-  template <class Suite>
+  /// Null when the host refuses.
+  template <class Suite = void>
   const Suite* Acquire(const char* name, int version) const {
     const void* suite = nullptr;
     in->pica_basicP->AcquireSuite(name, version, &suite);
     return static_cast<const Suite*>(suite);
   }
   void Release(const char* name, int version) const {
-    EXPECT_EQ(in->pica_basicP->ReleaseSuite(name, version), 0) << name;
+    in->pica_basicP->ReleaseSuite(name, version);
+  }
+  /// The suite, acquired for this look at it only.
+  template <class Suite>
+  const Suite& Borrow(const char* name, int version) const {
+    const Suite* const suite = Acquire<Suite>(name, version);
+    Release(name, version);
+    return *suite;
   }
 };
 
@@ -55,25 +62,25 @@ inline PF_Err FixtureEntry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamD
       PF_ParamDef control{};
       control.param_type = type;
       if (type == PF_Param_FIX_SLIDER) control.u.fd.valid_max = 100 << 16;
-      const PF_Err err = in->inter.add_param(in->effect_ref, -1, &control);
-      if (err != 0) return err;
+      if (const PF_Err err = in->inter.add_param(in->effect_ref, -1, &control)) return err;
     }
-    return 0;
   }
   return fixture_behaviour ? fixture_behaviour({cmd, in, out, params, output, extra}) : 0;
 }
 
 // Test fixtures keep the name Setup for themselves.
 using Scene = Setup;
+using Change = std::function<void(Scene&, RenderOptions&)>;
 
-/// A layer of 20 x 10 pixels that count from 0.
+/// A layer of 20 x 10 pixels whose red counts from 0.
 inline Scene SceneFor(const Effect& effect) {
   Scene scene;
   scene.width = 20;
   scene.height = 10;
-  std::vector<std::uint8_t> pixels;
-  for (int i = 0; i < 200; ++i) {
-    pixels.insert(pixels.end(), {static_cast<std::uint8_t>(i), 0, 0, 255});
+  std::vector<std::uint8_t> pixels(800, 0);
+  for (std::size_t i = 0; i < 800; i += 4) {
+    pixels[i] = static_cast<std::uint8_t>(i / 4);
+    pixels[i + 3] = 255;
   }
   scene.picture = Still(Picture(20, 10, pixels));
   scene.controls = ControlTracks(effect.controls(), 20, 10);
@@ -82,8 +89,7 @@ inline Scene SceneFor(const Effect& effect) {
 
 /// Renders frame 30 of a scene of three controls, changed as asked, by an effect that behaves like
 /// that: by the classic command, unless that is changed.
-inline Frame Provoke(std::function<PF_Err(const Commanded&)> behaviour,
-                     std::function<void(Scene&, RenderOptions&)> change = {}) {
+inline Frame Provoke(std::function<PF_Err(const Commanded&)> behaviour, const Change& change = {}) {
   fixture_behaviour = nullptr;
   const Effect effect(FixtureEntry);
   fixture_behaviour = std::move(behaviour);

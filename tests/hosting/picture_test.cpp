@@ -10,125 +10,85 @@
 namespace hosting {
 namespace {
 
-/// One row holding every value of the type as red.
-template <class Channel>
-Picture Ramp(Channel white) {
-  constexpr int kValues = std::numeric_limits<Channel>::max() + 1;
-  // Worlds have at most 30000 columns.
-  constexpr int kRow = kValues < 1024 ? kValues : 1024;
-  std::vector<Channel> pixels;
-  for (int v = 0; v < kValues; ++v) {
-    pixels.insert(pixels.end(), {static_cast<Channel>(v), 0, white, white});
-  }
-  return {kRow, kValues / kRow, pixels};
+template <class Pixel>
+const Pixel& At(const World& world, int i) {
+  return world.Row<Pixel>(i / world.width())[i % world.width()];
 }
 
-/// v * to / from rounded to nearest, from whole numbers.
-int Scaled(int v, int from, int to) {
-  return static_cast<int>((2 * std::int64_t{v} * to + from) / (2 * from));
-}
-
-template <class Pixel, class Check>
-void ForEachPixel(const World& world, Check check) {
-  int v = 0;
-  for (int y = 0; y < world.height(); ++y) {
-    for (int x = 0; x < world.width(); ++x) check(v++, world.Row<Pixel>(y)[x]);
-  }
-}
-
-/// Every value of a file becomes that of a world with this white.
+/// Every value of a file becomes that of a world whose white that is, rounded to nearest, and every
+/// value of a world that of a file.
 template <class Pixel, class Channel>
-void ExpectRamp(int white) {
-  constexpr int kFrom = std::numeric_limits<Channel>::max();
-  const auto depth = static_cast<Depth>(8 * sizeof(Pixel::red));
-  ForEachPixel<Pixel>(Ramp<Channel>(kFrom).ToWorld(depth), [&](int v, const Pixel& p) {
-    const double red = white == 1 ? v / static_cast<double>(kFrom) : Scaled(v, kFrom, white);
+void ExpectRamp(int world_white) {
+  constexpr int kWhite = std::numeric_limits<Channel>::max();
+  constexpr int kRow = 256;
+  const auto scaled = [](std::int64_t v, int from, int to) {
+    return (2 * v * to + from) / 2 / from;
+  };
+  std::vector<Channel> pixels;
+  for (int v = 0; v <= kWhite; ++v) {
+    pixels.insert(pixels.end(), {static_cast<Channel>(v), 0, kWhite, kWhite});
+  }
+  const World world = Picture(kRow, (kWhite + 1) / kRow, pixels)
+                          .ToWorld(static_cast<Depth>(8 * sizeof(Pixel::red)));
+  const Picture file(world, static_cast<Depth>(8 * sizeof(Channel)));
+  const auto& back = std::get<std::vector<Channel>>(file.pixels());
+  for (int v = 0; v <= kWhite; ++v) {
+    const Pixel& p = At<Pixel>(world, v);
+    const double red = world_white == 1 ? v / static_cast<double>(kWhite)
+                                        : static_cast<double>(scaled(v, kWhite, world_white));
     ASSERT_EQ(p.red, static_cast<decltype(Pixel::red)>(red));
-    ASSERT_EQ(p.green, 0);
-    ASSERT_EQ(p.blue, white);
-    ASSERT_EQ(p.alpha, white);
-  });
+    ASSERT_EQ(Text(+p.green, +p.blue, +p.alpha), Text(0, world_white, world_white));
+    const std::int64_t again =
+        world_white == 1 ? v : scaled(static_cast<std::int64_t>(red), world_white, kWhite);
+    ASSERT_EQ(back[4 * static_cast<std::size_t>(v)], again);
+  }
 }
 
-TEST(Picture, BecomesAWorldWithEveryValueRoundedToNearest) {
+TEST(Picture, BecomesAWorldAndComesBackRoundedToNearest) {
   ExpectRamp<PF_Pixel, std::uint8_t>(255);
   ExpectRamp<PF_Pixel16, std::uint8_t>(32768);
   ExpectRamp<PF_PixelFloat, std::uint8_t>(1);
   ExpectRamp<PF_Pixel, std::uint16_t>(255);
   ExpectRamp<PF_Pixel16, std::uint16_t>(32768);
   ExpectRamp<PF_PixelFloat, std::uint16_t>(1);
-}
-
-TEST(Picture, ComesBackFromAWorld) {
-  // A world of 16 bits has every value up to its white in a file of 16 bits, and back.
-  const World world = Ramp<std::uint16_t>(65535).ToWorld(Depth::k16);
-  const Picture back(world, Depth::k16);
-  EXPECT_EQ(std::get<1>(back.pixels())[4 * 65535], 65535);
-  ForEachPixel<PF_Pixel16>(back.ToWorld(Depth::k16), [&](int v, const PF_Pixel16& p) {
-    ASSERT_EQ(p.red, world.Row<PF_Pixel16>(v / 1024)[v % 1024].red);
-  });
-  const Picture eight = Ramp<std::uint8_t>(255);
-  for (const Depth depth : {Depth::k8, Depth::k16, Depth::k32}) {
-    EXPECT_EQ(std::get<0>(Picture(eight.ToWorld(depth), Depth::k8).pixels()),
-              std::get<0>(eight.pixels()));
-  }
-}
-
-TEST(Picture, KeepsFloatAsItIsAndClampsItElsewhere) {
+  // Float stays as it is, and is clamped elsewhere.
   const float inf = std::numeric_limits<float>::infinity();
-  const Picture picture(3, 1, std::vector<float>{-1, 2.5f, 0.5f, 1, inf, -inf, NAN, 1, 0, 0, 0, 0});
-  const World real = picture.ToWorld(Depth::k32);
-  EXPECT_EQ(real.Row<PF_PixelFloat>(0)[0].green, 2.5f);
-  EXPECT_EQ(real.Row<PF_PixelFloat>(0)[1].red, inf);
-  const World eight = picture.ToWorld(Depth::k8);
-  const PF_Pixel* p = eight.Row<PF_Pixel>(0);
-  EXPECT_EQ(p[0].red, 0);
-  EXPECT_EQ(p[0].green, 255);
-  EXPECT_EQ(p[0].blue, 128);  // 127.5
-  EXPECT_EQ(p[1].red, 255);
-  EXPECT_EQ(p[1].green, 0);
-  EXPECT_EQ(p[1].blue, 0);
+  const Picture picture(2, 1, std::vector<float>{-1, 2.5f, 0.5f, 1, inf, -inf, NAN, 1});
+  EXPECT_EQ(At<PF_PixelFloat>(picture.ToWorld(Depth::k32), 0).green, 2.5f);
+  EXPECT_EQ(At<PF_PixelFloat>(picture.ToWorld(Depth::k32), 1).red, inf);
+  EXPECT_EQ(std::get<0>(Picture(picture.ToWorld(Depth::k8), Depth::k8).pixels()),
+            (std::vector<std::uint8_t>{0, 255, 128, 255, 255, 0, 0, 255}));
 }
 
 TEST(Picture, IsReducedByWhatEachPixelCovers) {
-  // Opaque columns 0, 90, 180, 30, 250.
-  const Picture row(5, 1, std::vector<std::uint8_t>{0, 0,   0,  255, 90, 0,   0,   255, 180, 0,
-                                                    0, 255, 30, 0,   0,  255, 250, 0,   0,   255});
+  std::vector<float> pixels;  // opaque columns, then half and wholly transparent ones
+  for (const float red : {0.f, 90.f, 180.f, 30.f, 250.f})
+    pixels.insert(pixels.end(), {red, 0, 0, 1});
+  pixels.insert(pixels.end(), {60, 0, 0, 0.5, 999, 9, 9, 0});
+  const Picture row(7, 1, pixels);
   const struct {
     Rational factor;
-    std::vector<int> reds;
+    std::vector<float> reds;
+    float last_alpha;
   } cases[] = {
-      {{1, 1}, {0, 90, 180, 30, 250}},
-      {{1, 2}, {45, 105, 250}},  // the last covers one column only
-      {{1, 3}, {90, 140}},
-      {{1, 4}, {75, 250}},
-      // Columns of 5/3: (0 + 2/3 * 90) / (5/3), (1/3 * 90 + 180 + 1/3 * 30) / (5/3), ...
-      {{3, 5}, {36, 132, 162}},
-      {{2, 5}, {72, 148}},  // (0 + 90 + 0.5 * 180) / 2.5, (0.5 * 180 + 30 + 250) / 2.5
-      {{1, 100}, {110}},
-  };
+      {{1, 1}, {0, 90, 180, 30, 250, 60, 999}, 0},
+      {{1, 2}, {45, 105, (250 + 30) / 1.5f, 0}, 0},  // the last covers one column only
+      {{1, 3}, {90, 310 / 2.5f, 0}, 0},
+      {{1, 4}, {75, 280 / 1.5f}, 0.5},
+      {{2, 5}, {72, 148, 30 / 0.5f}, 0.25},  // of 2.5 columns: (0 + 90 + 0.5 * 180) / 2.5, ...
+      {{1, 100}, {580 / 5.5f}, 5.5f / 7}};
   for (const auto& c : cases) {
-    const World world = row.ToWorld(Depth::k8, c.factor);
+    const World world = row.ToWorld(Depth::k32, c.factor);
     ASSERT_EQ(world.width(), static_cast<int>(c.reds.size())) << c.factor.Text();
-    for (std::size_t i = 0; i < c.reds.size(); ++i) {
-      EXPECT_EQ(world.Row<PF_Pixel>(0)[i].red, c.reds[i]) << c.factor.Text() << " column " << i;
-      EXPECT_EQ(world.Row<PF_Pixel>(0)[i].alpha, 255);
+    for (int i = 0; i < world.width(); ++i) {
+      EXPECT_NEAR(At<PF_PixelFloat>(world, i).red, c.reds[static_cast<std::size_t>(i)], 1e-4)
+          << c.factor.Text() << " column " << i;
     }
+    EXPECT_NEAR(At<PF_PixelFloat>(world, world.width() - 1).alpha, c.last_alpha, 1e-6);
+    const Picture column(1, 7, pixels);
+    EXPECT_EQ(At<PF_PixelFloat>(column.ToWorld(Depth::k32, {}, c.factor), 0).red,
+              At<PF_PixelFloat>(world, 0).red);
   }
-}
-
-TEST(Picture, IsReducedWithColoursWeighedByAlpha) {
-  const Picture picture(2, 2,
-                        std::vector<float>{1, 0, 0, 1, 0, 1, 0, 0,  //
-                                           0, 0, 1, 0.5, 9, 9, 9, 0});
-  const World world = picture.ToWorld(Depth::k32, Rational(1, 2), Rational(1, 2));
-  const PF_PixelFloat& p = world.Row<PF_PixelFloat>(0)[0];
-  EXPECT_FLOAT_EQ(p.alpha, 1.5f / 4);
-  EXPECT_FLOAT_EQ(p.red, 1 / 1.5f);
-  EXPECT_FLOAT_EQ(p.green, 0);
-  EXPECT_FLOAT_EQ(p.blue, 0.5f / 1.5f);
-  const Picture clear(2, 1, std::vector<float>{1, 1, 1, 0, 1, 1, 1, 0});
-  EXPECT_EQ(clear.ToWorld(Depth::k32, Rational(1, 2)).Row<PF_PixelFloat>(0)[0].red, 0);
 }
 
 TEST(Picture, RefusesWhatIsNoPicture) {
