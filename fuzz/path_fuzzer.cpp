@@ -53,7 +53,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
   std::vector<hosting::Key<Point>> keys;
   try {
-    keys = app::ImportPath(Options(data[0]), text);
+    keys = app::ImportPath(Options(data[0]), text, nullptr);
   } catch (const app::InputError&) {
     return 0;
   }

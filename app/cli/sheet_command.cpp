@@ -1,95 +1,52 @@
-#include "sheet_command.h"
-
+// vorlin sheet: frames, reduced, side by side in one picture, each with its number below and, when
+// they are rendered from a scene, its time.
 #include <fmt/format.h>
 #include <stdlib.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstring>
-#include <functional>
 
-#include "errors.h"
+#include "commands.h"
+#include "contact_sheet.h"
 #include "file_pattern.h"
 #include "frame_range.h"
-#include "labels.h"
-#include "layer_source.h"
+#include "interrupt.h"
 #include "output_file.h"
-#include "over.h"
 #include "picture_file.h"
-#include "program_paths.h"
+#include "render_plan.h"
+#include "render_results.h"
+#include "render_run.h"
+#include "shared_options.h"
 
 namespace app {
 namespace {
 
-/// Pixels around and between pictures.
-constexpr int kGap = 8;
-constexpr PF_Pixel kGround{255, 26, 26, 28};
-
-/// Numbered pictures and what is written below each.
-struct Strip {
-  FilePattern pattern;
-  std::vector<int> numbers;
-  std::function<std::string(int number)> label;
+struct Arguments {
+  std::filesystem::path source;  // a scene (.json), or a pattern of pictures that there are
+  std::filesystem::path output;
+  Overwrite overwrite = Overwrite::kAsk;
+  std::string frames;      // empty: all that there are
+  int columns = 0;         // 0: about as many as rows
+  int width = 240;         // of one picture on the sheet, pixels
+  RenderArguments render;  // for a scene: its controls, backdrop, effect, progress
 };
 
-hosting::World Reduced(const hosting::Picture& picture, int width) {
-  const hosting::Rational factor =
-      width < picture.width() ? hosting::Rational(width, picture.width()) : hosting::Rational();
-  return picture.ToWorld(hosting::Depth::k8, factor, factor);
-}
-
-hosting::World Ground(int width, int height) {
-  hosting::World world(width, height, hosting::Depth::k8);
-  for (int y = 0; y < height; ++y) std::fill_n(world.Row<PF_Pixel>(y), width, kGround);
-  return world;
-}
-
-/// The first picture's size is every cell's.
-hosting::World Draw(const Strip& strip, const SheetArguments& arguments) {
-  const auto count = static_cast<int>(strip.numbers.size());
-  const int columns = arguments.columns > 0
-                          ? std::min(arguments.columns, count)
-                          : static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
-  const int rows = (count + columns - 1) / columns;
-  const int scale = std::max(1, arguments.width / 160);
-  const int label_height = (kLetterHeight + 2) * scale;
-  hosting::World sheet;
-  int width = 0;
-  int height = 0;
-  for (int i = 0; i < count; ++i) {
-    const int number = strip.numbers[static_cast<std::size_t>(i)];
-    hosting::World picture = Reduced(ReadPicture(strip.pattern.At(number)), arguments.width);
-    if (i == 0) {
-      width = picture.width();
-      height = picture.height();
-      sheet = Ground(columns * (width + kGap) + kGap, rows * (height + label_height + kGap) + kGap);
-    }
-    hosting::World cell = Ground(width, height);
-    PutOver(picture, cell);
-    hosting::CopyOverlap(picture, cell);
-    const int left = kGap + i % columns * (width + kGap);
-    const int top = kGap + i / columns * (height + label_height + kGap);
-    cell.SetOrigin(left, top);
-    hosting::CopyOverlap(cell, sheet);
-    DrawLabel(sheet, strip.label(number), left + width / 2, top + height + 3 * scale, scale);
-  }
-  return sheet;
-}
-
-void WriteSheet(const Strip& strip, const SheetArguments& arguments) {
+void WriteSheet(const ContactSheet& sheet, const Arguments& arguments) {
   const PictureFormat format(arguments.output, hosting::Depth::k8);
-  WritePicture(Draw(strip, arguments), format, {}, arguments.output);
+  WritePicture(sheet.world(), format, {}, arguments.output);
 }
 
-void SheetOfPictures(const SheetArguments& arguments) {
-  Strip strip{FilePattern(arguments.source), {}, [](int n) { return std::to_string(n); }};
-  strip.numbers =
-      arguments.frames.empty() ? strip.pattern.Existing() : ParseFrames(arguments.frames);
-  if (strip.numbers.empty()) {
+void SheetOfPictures(const Arguments& arguments) {
+  const FilePattern pattern(arguments.source);
+  const std::vector<int> numbers =
+      arguments.frames.empty() ? pattern.Existing() : ParseFrames(arguments.frames);
+  if (numbers.empty()) {
     throw FileError(fmt::format("there is no picture \"{}\"", arguments.source.string()));
   }
-  WriteSheet(strip, arguments);
+  ContactSheet sheet(static_cast<int>(numbers.size()), arguments.columns, arguments.width);
+  for (const int number : numbers)
+    sheet.Add(ReadPicture(pattern.At(number)), std::to_string(number));
+  WriteSheet(sheet, arguments);
 }
 
 /// A folder that goes away with this object.
@@ -115,28 +72,28 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
-void SheetOfScene(const SheetArguments& arguments) {
+void SheetOfScene(const Arguments& arguments) {
+  const NotedSignals signals;
+  // Worker processes are forked, which takes a process without other threads.
+  KeepPicturesSingleThreaded();
   RenderArguments render = arguments.render;
   const ScratchFolder folder;
   render.scene = arguments.source;
   render.shots.frames = arguments.frames;
   render.shots.output = folder.path() / "####.png";
-  RunRender(render);
+  const RenderPlan plan(render);
+  RenderResults results;
+  RunPlan(plan, render.progress, results);
 
-  const hosting::Effect effect(FindEffect(render.effect));
-  const hosting::TimeBase time =
-      ReadScene(render.scene, effect, OpenLayer, render.changes).setup.time;
-  Strip strip{FilePattern(render.shots.output), {}, [&](int number) {
-                return fmt::format("{}  {:.2f} s", number, number / time.frame_rate().value());
-              }};
-  strip.numbers =
-      arguments.frames.empty() ? strip.pattern.Existing() : ParseFrames(arguments.frames);
-  WriteSheet(strip, arguments);
+  const double rate = plan.scene().setup.time.frame_rate().value();
+  ContactSheet sheet(static_cast<int>(plan.shots().size()), arguments.columns, arguments.width);
+  for (const Shot& shot : plan.shots()) {
+    sheet.Add(ReadPicture(shot.file), fmt::format("{}  {:.2f} s", shot.number, shot.number / rate));
+  }
+  WriteSheet(sheet, arguments);
 }
 
-}  // namespace
-
-void RunSheet(const SheetArguments& arguments) {
+void MakeSheet(const Arguments& arguments) {
   CheckOverwriting({{0, 0, arguments.output}}, arguments.overwrite);
   {
     // Said before the frames are rendered: a kind that is not written, a place that cannot be.
@@ -144,6 +101,39 @@ void RunSheet(const SheetArguments& arguments) {
     const OutputFile probe(arguments.output);
   }
   arguments.source.extension() == ".json" ? SheetOfScene(arguments) : SheetOfPictures(arguments);
+}
+
+}  // namespace
+
+void AddSheet(CLI::App& app) {
+  const auto to = std::make_shared<Arguments>();
+  CLI::App* sheet = app.add_subcommand("sheet", "Put frames, labelled, side by side");
+  sheet->add_option("SCENE|PICTURES", to->source, "a scene to render, or pictures, as out.####.png")
+      ->required()
+      ->option_text(" ");
+  sheet->add_option("-o,--output", to->output, "the picture to write")
+      ->required()
+      ->option_text("FILE");
+  sheet->add_flag_callback(
+      "-y,--overwrite", [to = to.get()] { to->overwrite = Overwrite::kAlways; },
+      "replace an existing sheet");
+  sheet->add_option("-F,--frames", to->frames, "which frames, as 0-89x10; default: all")
+      ->option_text("RANGES");
+  sheet->add_option("--columns", to->columns, "pictures in a row; default: about as many as rows")
+      ->check(CLI::Range(1, 1000))
+      ->option_text("N");
+  sheet->add_option("--width", to->width, "of each picture, in pixels; default: 240")
+      ->check(CLI::Range(1, 30000))
+      ->option_text("PIXELS");
+  AddSceneChanges(*sheet, to->render.changes);
+  to->render.over = "layer";
+  sheet->add_option("--over", to->render.over, "what is behind the stroke; default: layer")
+      ->option_text("layer|#rrggbb|checker|FILE");
+  AddEffect(*sheet, to->render.effect);
+  sheet->add_flag_callback(
+      "-q,--quiet", [to = to.get()] { to->render.progress = ProgressStyle::kNone; },
+      "show no progress");
+  sheet->callback([to] { MakeSheet(*to); });
 }
 
 }  // namespace app

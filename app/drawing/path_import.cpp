@@ -1,25 +1,17 @@
 #include "path_import.h"
 
 #include <fmt/format.h>
-
 #include <json/json.h>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <numeric>
-#include <optional>
-#include <sstream>
-#include <string_view>
 
+#include "csv_path.h"
 #include "errors.h"
 #include "hosting/motion_path.h"
 #include "hosting/values.h"
-#include "layer_source.h"
 #include "svg_drawing.h"
-#include "text_file.h"
 
 namespace app {
 namespace {
@@ -29,28 +21,6 @@ using hosting::Point;
 
 Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
 
-/// The three numbers that a row begins with; none when it does not. Further columns are passed
-/// over.
-std::optional<std::array<double, 3>> ReadRow(std::string_view row) {
-  const auto skip_space = [&] {
-    row.remove_prefix(std::min(row.find_first_not_of(" \t\r"), row.size()));
-  };
-  std::array<double, 3> numbers{};
-  for (double& number : numbers) {
-    skip_space();
-    if (row.starts_with('+')) row.remove_prefix(1);
-    const auto [end, error] = std::from_chars(row.data(), row.data() + row.size(), number);
-    if (error != std::errc{} || !std::isfinite(number)) return std::nullopt;
-    row.remove_prefix(static_cast<std::size_t>(end - row.data()));
-    skip_space();
-    const bool last = &number == &numbers.back();
-    if (last && row.empty()) break;
-    if (!row.starts_with(',')) return std::nullopt;
-    row.remove_prefix(1);
-  }
-  return numbers;
-}
-
 void CheckInReach(const PathImport& wanted, Point point) {
   const auto within = [](double v) { return std::abs(v) <= hosting::kFixedLimit; };
   if (within(point.x) && within(point.y)) return;
@@ -59,33 +29,13 @@ void CheckInReach(const PathImport& wanted, Point point) {
 }
 
 std::vector<Key<Point>> FromCsv(const PathImport& wanted, const std::string& csv) {
-  std::istringstream text(csv);
-  std::vector<Key<Point>> keys;
-  std::string line;
-  for (int number = 1; std::getline(text, line); ++number) {
-    const auto row = ReadRow(line);
-    if (!row) {
-      const bool blank = line.find_first_not_of(" \t\r") == line.npos;
-      if (blank || number == 1) continue;  // the first row may be a heading
-      throw InputError(fmt::format("{}:{}: expected frame,x,y", wanted.file.string(), number));
-    }
-    const auto [frame, x, y] = *row;
-    CheckInReach(wanted, {x, y});
-    const double seconds = frame / wanted.frame_rate;
-    if (!keys.empty() && !(keys.back().seconds < seconds)) {
-      throw InputError(fmt::format("{}:{}: frames must rise", wanted.file.string(), number));
-    }
-    keys.push_back({.seconds = seconds, .value = {x, y}});
-  }
-  if (keys.empty()) {
-    throw InputError(fmt::format("{}: there is no row frame,x,y", wanted.file.string()));
-  }
+  std::vector<Key<Point>> keys = ReadCsvPath(wanted.file.string(), csv, wanted.frame_rate);
+  for (const Key<Point>& key : keys) CheckInReach(wanted, key.value);
   return keys;
 }
 
 /// The page's, or the picture's in it, way onto the layer.
-Affine ToLayer(const DrawnPath& drawing, const std::filesystem::path& layer_file) {
-  const LayerSource layer = OpenLayer(layer_file);
+Affine ToLayer(const DrawnPath& drawing, const LayerSource& layer) {
   Affine frame = drawing.picture;
   if (!drawing.has_picture) {
     const double w = drawing.page_width;
@@ -98,24 +48,25 @@ Affine ToLayer(const DrawnPath& drawing, const std::filesystem::path& layer_file
           "path over the picture itself, opened in the editor",
           w, h, layer.width, layer.height));
     }
-    frame = {w, 0, 0, h, 0, 0};
+    frame = Affine::Scale(w, h);
   }
-  return Affine{static_cast<double>(layer.width), 0, 0, static_cast<double>(layer.height), 0, 0} *
-         frame.Inverse();
+  return Affine::Scale(layer.width, layer.height) * frame.Inverse();
 }
 
-std::vector<Curve> DrawnCurves(const PathImport& wanted, const std::string& svg) {
-  DrawnPath drawing = ReadDrawnPath(svg, wanted.id);
+std::vector<Curve> DrawnCurves(const PathImport& wanted, const std::string& svg,
+                               const LayerOpener& open) {
+  DrawnPath drawing = ReadDrawnPath(wanted.file.string(), svg, wanted.id);
   if (wanted.layer.empty()) return drawing.curves;
-  const Affine to_layer = ToLayer(drawing, wanted.layer);
+  const Affine to_layer = ToLayer(drawing, open(wanted.layer));
   for (Curve& curve : drawing.curves) {
     for (Point& point : curve) point = to_layer(point);
   }
   return drawing.curves;
 }
 
-std::vector<Key<Point>> FromSvg(const PathImport& wanted, const std::string& svg) {
-  const std::vector<Curve> curves = DrawnCurves(wanted, svg);
+std::vector<Key<Point>> FromSvg(const PathImport& wanted, const std::string& svg,
+                                const LayerOpener& open) {
+  const std::vector<Curve> curves = DrawnCurves(wanted, svg, open);
   std::vector<double> lengths;
   for (const Curve& c : curves) {
     for (const Point& point : c) CheckInReach(wanted, point);
@@ -140,24 +91,6 @@ std::vector<Key<Point>> FromSvg(const PathImport& wanted, const std::string& svg
   return keys;
 }
 
-}  // namespace
-
-std::vector<Key<Point>> ImportPath(const PathImport& wanted) {
-  return ImportPath(wanted, ReadTextFile(wanted.file));
-}
-
-std::vector<Key<Point>> ImportPath(const PathImport& wanted, const std::string& text) {
-  if (!(wanted.from < wanted.to)) {
-    throw InputError(
-        fmt::format("--to ({} s) must come after --from ({} s)", wanted.to, wanted.from));
-  }
-  if (wanted.file.extension() == ".svg") return FromSvg(wanted, text);
-  if (wanted.file.extension() == ".csv") return FromCsv(wanted, text);
-  throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
-}
-
-namespace {
-
 std::string Rounded(double value) { return fmt::format("{:.6g}", value); }
 
 std::string AsJson(const Key<Point>& key) {
@@ -178,6 +111,17 @@ std::string AsJson(const Key<Point>& key) {
 
 }  // namespace
 
+std::vector<Key<Point>> ImportPath(const PathImport& wanted, const std::string& text,
+                                   const LayerOpener& open) {
+  if (!(wanted.from < wanted.to)) {
+    throw InputError(
+        fmt::format("--to ({} s) must come after --from ({} s)", wanted.to, wanted.from));
+  }
+  if (wanted.file.extension() == ".svg") return FromSvg(wanted, text, open);
+  if (wanted.file.extension() == ".csv") return FromCsv(wanted, text);
+  throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
+}
+
 std::string BrushPositionText(const std::vector<Key<Point>>& keys, const std::string& indent) {
   std::vector<std::string> lines;
   lines.reserve(keys.size());
@@ -186,13 +130,8 @@ std::string BrushPositionText(const std::vector<Key<Point>>& keys, const std::st
                      fmt::join(lines, ",\n"));
 }
 
-void RunImportPath(const PathImport& wanted) {
-  const std::vector<Key<Point>> keys = ImportPath(wanted);
-  if (wanted.layer.empty()) {
-    fmt::print("{}", BrushPositionText(keys, ""));
-    return;
-  }
-  fmt::print(
+std::string SceneText(const PathImport& wanted, const std::vector<Key<Point>>& keys) {
+  return fmt::format(
       "{{\n  \"layer\": {},\n  \"frame_rate\": {},\n  \"duration\": {},\n  \"controls\": {{\n{}  "
       "}}\n}}\n",
       Json::valueToQuotedString(wanted.layer.string().c_str()), Rounded(wanted.frame_rate),

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hosting/keyframes.h"
+#include "scene.h"
 
 namespace app {
 
@@ -14,7 +15,7 @@ namespace app {
 /// SVG: the path element with this id, or the first one drawn, in the page's pixels; all path
 /// commands but arcs. With a layer, in the layer's pixels: the picture that lies in the drawing, or
 /// else the page, is the layer. CSV: rows "frame,x,y", a key for each, `frame_rate` frames a
-/// second; `from`, `to` and `smooth` are not used. Throws InputError and FileError.
+/// second; `from`, `to` and `smooth` are not used.
 struct PathImport {
   std::filesystem::path file;  // .svg or .csv
   std::string id;
@@ -25,17 +26,19 @@ struct PathImport {
   std::filesystem::path layer{};  // empty: only the path is wanted
 };
 
-std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted);
-/// The same from what the file holds.
+/// The keys of the path that `text`, which the file holds, describes. `open` is called for the
+/// layer of an SVG. Throws InputError, and what `open` throws.
 std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted,
-                                                     const std::string& text);
+                                                     const std::string& text,
+                                                     const LayerOpener& open);
 
-/// The keys as a scene's "Brush Position", each line after `indent`.
+/// The keys as a scene's "Brush Position", each line after `indent`. A key is one line, in the
+/// order in which people write it.
 std::string BrushPositionText(const std::vector<hosting::Key<hosting::Point>>& keys,
                               const std::string& indent = {});
 
-/// Prints the keys as a scene's "Brush Position" on standard output, or a whole scene when there is
-/// a layer.
-void RunImportPath(const PathImport& wanted);
+/// A whole scene that the keys, which are not none, and the layer make.
+std::string SceneText(const PathImport& wanted,
+                      const std::vector<hosting::Key<hosting::Point>>& keys);
 
 }  // namespace app

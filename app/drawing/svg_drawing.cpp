@@ -3,126 +3,23 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <map>
-#include <numbers>
-#include <optional>
+#include <pugixml.hpp>
 #include <string_view>
 
 #include "errors.h"
+#include "numbers.h"
 
 namespace app {
 namespace {
 
 using hosting::Point;
 
-constexpr std::string_view kBlank = " \t\r\n";
-constexpr std::string_view kBetweenNumbers = " \t\r\n,";
-
-std::string_view SkipAny(std::string_view text, std::string_view characters) {
-  return text.substr(std::min(text.size(), text.find_first_not_of(characters)));
-}
-
-struct Tag {
-  std::string_view name;  // without its namespace
-  bool opens = false;
-  bool closes = false;  // both: an element without content
-  std::map<std::string_view, std::string_view> attributes;
-
-  std::string_view operator[](std::string_view key) const {
-    const auto found = attributes.find(key);
-    return found == attributes.end() ? std::string_view() : found->second;
-  }
-};
-
-/// One tag after the other; comments, declarations and text are passed over. Attributes may hold
-/// whole pictures, so nothing is copied.
-class TagReader {
- public:
-  explicit TagReader(std::string_view xml) : rest_(xml) {}
-
-  std::optional<Tag> Next() {
-    for (;;) {
-      rest_ = rest_.substr(std::min(rest_.size(), rest_.find('<')));
-      if (rest_.empty()) return std::nullopt;
-      if (Skips("<!--", "-->") || Skips("<![CDATA[", "]]>") || Skips("<?", "?>") ||
-          Skips("<!", ">")) {
-        continue;
-      }
-      return Read();
-    }
-  }
-
- private:
-  bool Skips(std::string_view begin, std::string_view end) {
-    if (!rest_.starts_with(begin)) return false;
-    const std::size_t found = rest_.find(end, begin.size());
-    rest_ = rest_.substr(std::min(rest_.size(), found == rest_.npos ? found : found + end.size()));
-    return true;
-  }
-
-  std::string_view Take(std::size_t count) {
-    const std::string_view taken = rest_.substr(0, count);
-    rest_.remove_prefix(taken.size());
-    return taken;
-  }
-
-  Tag Read() {
-    rest_.remove_prefix(1);
-    Tag tag;
-    tag.closes = rest_.starts_with('/');
-    tag.opens = !tag.closes;
-    if (tag.closes) rest_.remove_prefix(1);
-    tag.name = Take(rest_.find_first_of(" \t\r\n/>"));
-    tag.name.remove_prefix(std::min(tag.name.size(), tag.name.rfind(':') + 1));
-    for (;;) {
-      rest_ = SkipAny(rest_, kBlank);
-      if (rest_.empty()) return tag;
-      if (rest_.front() == '>') {
-        Take(1);
-        return tag;
-      }
-      if (rest_.front() == '/') {
-        tag.closes = true;
-        rest_.remove_prefix(1);
-        continue;
-      }
-      const std::string_view key = Take(rest_.find_first_of(" \t\r\n=/>"));
-      rest_ = SkipAny(rest_, kBlank);
-      if (!rest_.starts_with('=')) continue;
-      rest_ = SkipAny(rest_.substr(1), kBlank);
-      if (rest_.empty() || (rest_.front() != '"' && rest_.front() != '\'')) continue;
-      const char quote = Take(1).front();
-      tag.attributes[key] = Take(rest_.find(quote));
-      Take(1);
-    }
-  }
-
-  std::string_view rest_;
-};
-
-std::optional<double> TakeNumber(std::string_view& text) {
-  text = SkipAny(text, kBetweenNumbers);
-  if (text.starts_with('+')) text.remove_prefix(1);
-  double number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || !std::isfinite(number)) return std::nullopt;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-  return number;
-}
-
-std::vector<double> Numbers(std::string_view text) {
-  std::vector<double> numbers;
-  while (const auto number = TakeNumber(text)) numbers.push_back(*number);
-  return numbers;
-}
-
 /// In pixels; 0 for none and for a share of something.
 double Length(std::string_view text) {
   static constexpr std::pair<std::string_view, double> kUnits[] = {
       {"", 1},           {"px", 1},         {"in", 96}, {"mm", 96 / 25.4},
       {"cm", 96 / 2.54}, {"pt", 96 / 72.0}, {"pc", 16}, {"Q", 96 / 101.6}};
+  SkipAny(text, " \t\r\n,");
   const auto number = TakeNumber(text);
   for (const auto& [name, pixels] : kUnits) {
     if (number && text == name) return *number * pixels;
@@ -130,48 +27,11 @@ double Length(std::string_view text) {
   return 0;
 }
 
-Affine Rotation(double degrees) {
-  const double radians = degrees * std::numbers::pi / 180;
-  return {std::cos(radians), std::sin(radians), -std::sin(radians), std::cos(radians), 0, 0};
-}
-
-Affine Translation(double x, double y) { return {1, 0, 0, 1, x, y}; }
-
-Affine OneTransform(std::string_view name, const std::vector<double>& n) {
-  const auto tangent = [](double degrees) { return std::tan(degrees * std::numbers::pi / 180); };
-  if (name == "matrix" && n.size() == 6) return {n[0], n[1], n[2], n[3], n[4], n[5]};
-  if (name == "translate" && n.size() == 1) return Translation(n[0], 0);
-  if (name == "translate" && n.size() == 2) return Translation(n[0], n[1]);
-  if (name == "scale" && n.size() == 1) return {n[0], 0, 0, n[0], 0, 0};
-  if (name == "scale" && n.size() == 2) return {n[0], 0, 0, n[1], 0, 0};
-  if (name == "rotate" && n.size() == 1) return Rotation(n[0]);
-  if (name == "rotate" && n.size() == 3) {
-    return Translation(n[1], n[2]) * Rotation(n[0]) * Translation(-n[1], -n[2]);
-  }
-  if (name == "skewX" && n.size() == 1) return {1, 0, tangent(n[0]), 1, 0, 0};
-  if (name == "skewY" && n.size() == 1) return {1, tangent(n[0]), 0, 1, 0, 0};
-  throw InputError(fmt::format("SVG: the transformation \"{}\" is not understood", name));
-}
-
-Affine Transform(std::string_view text) {
-  Affine all;
-  for (;;) {
-    text = SkipAny(text, kBetweenNumbers);
-    const std::size_t open = text.find('(');
-    const std::size_t close = text.find(')', open);
-    if (open == text.npos || close == text.npos) return all;
-    std::string_view name = text.substr(0, open);
-    name = name.substr(0, name.find_last_not_of(kBlank) + 1);
-    all = all * OneTransform(name, Numbers(text.substr(open + 1, close - open - 1)));
-    text.remove_prefix(close + 1);
-  }
-}
-
-/// The view box's way onto the page, whose size is set.
-Affine Page(const Tag& svg, DrawnPath& drawing) {
-  drawing.page_width = Length(svg["width"]);
-  drawing.page_height = Length(svg["height"]);
-  const std::vector<double> box = Numbers(svg["viewBox"]);
+/// The way from the view box onto the page, whose size is set.
+Affine Page(const pugi::xml_node& svg, DrawnPath& drawing) {
+  drawing.page_width = Length(svg.attribute("width").value());
+  drawing.page_height = Length(svg.attribute("height").value());
+  const std::vector<double> box = ParseNumbers(svg.attribute("viewBox").value());
   if (box.size() != 4 || !(box[2] > 0 && box[3] > 0)) return {};
   if (!(drawing.page_width > 0 && drawing.page_height > 0)) {
     drawing.page_width = box[2];
@@ -179,9 +39,10 @@ Affine Page(const Tag& svg, DrawnPath& drawing) {
   }
   double x = drawing.page_width / box[2];
   double y = drawing.page_height / box[3];
-  if (svg["preserveAspectRatio"] != "none") x = y = std::min(x, y);
-  return Translation(drawing.page_width / 2, drawing.page_height / 2) * Affine{x, 0, 0, y, 0, 0} *
-         Translation(-box[0] - box[2] / 2, -box[1] - box[3] / 2);
+  const std::string_view kept = svg.attribute("preserveAspectRatio").value();
+  if (kept != "none") x = y = std::min(x, y);
+  return Affine::Translation(drawing.page_width / 2, drawing.page_height / 2) *
+         Affine::Scale(x, y) * Affine::Translation(-box[0] - box[2] / 2, -box[1] - box[3] / 2);
 }
 
 bool IsDefinition(std::string_view name) {
@@ -190,61 +51,96 @@ bool IsDefinition(std::string_view name) {
   return std::find(std::begin(kNotDrawn), std::end(kNotDrawn), name) != std::end(kNotDrawn);
 }
 
-}  // namespace
+/// Visits all elements in the order in which they are drawn.
+class DrawingWalker : public pugi::xml_tree_walker {
+ public:
+  explicit DrawingWalker(const std::string& id) : id_(id) {}
 
-Point Affine::operator()(Point p) const { return {a * p.x + c * p.y + e, b * p.x + d * p.y + f}; }
+  bool found() const { return found_; }
+  DrawnPath drawing() && { return std::move(drawing_); }
 
-Affine Affine::operator*(const Affine& inner) const {
-  const Point origin = (*this)({inner.e, inner.f});
-  return {a * inner.a + c * inner.b,
-          b * inner.a + d * inner.b,
-          a * inner.c + c * inner.d,
-          b * inner.c + d * inner.d,
-          origin.x,
-          origin.y};
-}
-
-Affine Affine::Inverse() const {
-  const double area = a * d - b * c;
-  if (!std::isnormal(area)) throw InputError("SVG: the picture in the drawing has no size");
-  return {d / area, -b / area, -c / area, a / area, (c * f - d * e) / area, (b * e - a * f) / area};
-}
-
-DrawnPath ReadDrawnPath(const std::string& svg, const std::string& id) {
-  struct Element {
+ private:
+  /// What holds for all that is within an element.
+  struct Surroundings {
     Affine to_page;
     bool drawn = true;
   };
-  DrawnPath drawing;
-  bool found = false;
-  std::vector<Element> open{{}};
-  TagReader tags(svg);
-  while (const std::optional<Tag> tag = tags.Next()) {
-    if (!tag->opens) {
-      if (open.size() > 1) open.pop_back();
-      continue;
-    }
-    Element element = open.back();
-    if (open.size() == 1 && tag->name == "svg") element.to_page = Page(*tag, drawing);
-    element.to_page = element.to_page * Transform((*tag)["transform"]);
-    element.drawn = element.drawn && !IsDefinition(tag->name);
-    if (tag->name == "image" && element.drawn && !drawing.has_picture) {
-      drawing.has_picture = true;
-      drawing.picture =
-          element.to_page *
-          Affine{Length((*tag)["width"]), 0, 0, Length((*tag)["height"]), Length((*tag)["x"]),
-                 Length((*tag)["y"])};
-    }
-    if (tag->name == "path" && element.drawn && !found && (id.empty() || (*tag)["id"] == id)) {
-      found = true;
-      drawing.curves = ParseSvgPath((*tag)["d"]);
-      for (Curve& curve : drawing.curves) {
-        for (Point& point : curve) point = element.to_page(point);
-      }
-    }
-    if (!tag->closes) open.push_back(element);
+
+  bool for_each(pugi::xml_node& node) override {
+    if (node.type() != pugi::node_element) return true;
+    std::string_view name = node.name();
+    name.remove_prefix(name.rfind(':') + 1);  // its namespace
+    const auto level = static_cast<std::size_t>(depth());
+    around_.resize(level + 1);
+    Surroundings here = around_.back();
+    if (level == 0 && name == "svg") here.to_page = Page(node, drawing_);
+    here.to_page = here.to_page * ParseTransform(node.attribute("transform").value());
+    here.drawn = here.drawn && !IsDefinition(name);
+    if (here.drawn && name == "image") AddPicture(node, here.to_page);
+    if (here.drawn && name == "path") AddPath(node, here.to_page);
+    around_.push_back(here);
+    return true;
   }
-  if (found) return drawing;
+
+  void AddPicture(const pugi::xml_node& image, const Affine& to_page) {
+    if (drawing_.has_picture) return;
+    const auto length = [&](const char* name) { return Length(image.attribute(name).value()); };
+    drawing_.has_picture = true;
+    drawing_.picture =
+        to_page * Affine{length("width"), 0, 0, length("height"), length("x"), length("y")};
+  }
+
+  void AddPath(const pugi::xml_node& path, const Affine& to_page) {
+    if (found_ || !(id_.empty() || id_ == path.attribute("id").value())) return;
+    found_ = true;
+    drawing_.curves = ParseSvgPath(path.attribute("d").value());
+    for (Curve& curve : drawing_.curves) {
+      for (Point& point : curve) point = to_page(point);
+    }
+  }
+
+  const std::string& id_;
+  DrawnPath drawing_;
+  bool found_ = false;
+  std::vector<Surroundings> around_{{}};  // of each level down to the element that is visited
+};
+
+[[noreturn]] void FailAt(const std::string& file, std::string_view text, std::size_t offset,
+                         std::string_view why) {
+  const std::string_view before = text.substr(0, offset);
+  const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+  const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
+  throw InputError(fmt::format("{}:{}:{}: {}", file, line, column, why));
+}
+
+/// The parser's own texts speak of its inside.
+std::string_view WhatIsWrong(pugi::xml_parse_status status) {
+  switch (status) {
+    case pugi::status_end_element_mismatch:
+      return "this tag does not close the element that is open";
+    case pugi::status_bad_attribute:
+      return "an attribute is written as name=\"value\", with both quotes";
+    case pugi::status_no_document_element:
+      return "there is no XML element";
+    default:
+      return "this is not XML";
+  }
+}
+
+}  // namespace
+
+DrawnPath ReadDrawnPath(const std::string& file, const std::string& svg, const std::string& id) {
+  pugi::xml_document xml;
+  const pugi::xml_parse_result parsed =
+      xml.load_buffer(svg.data(), svg.size(), pugi::parse_default, pugi::encoding_utf8);
+  if (!parsed) {
+    const auto offset = static_cast<std::size_t>(parsed.offset);
+    const bool at_end = offset + 1 >= svg.size() && !svg.empty();
+    FailAt(file, svg, offset, at_end ? "the file ends too early" : WhatIsWrong(parsed.status));
+  }
+  DrawingWalker walker(id);
+  xml.traverse(walker);
+  if (walker.found()) return std::move(walker).drawing();
   throw InputError(id.empty() ? "the SVG has no path; an editor makes paths of other shapes"
                               : fmt::format("the SVG has no path with the id \"{}\"", id));
 }

@@ -3,25 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "affine.h"
 #include "svg_path.h"
 
 namespace app {
-
-/// x' = a x + c y + e, y' = b x + d y + f
-struct Affine {
-  double a = 1;
-  double b = 0;
-  double c = 0;
-  double d = 1;
-  double e = 0;
-  double f = 0;
-
-  hosting::Point operator()(hosting::Point p) const;
-  /// First `inner`, then this.
-  Affine operator*(const Affine& inner) const;
-  /// Throws InputError when everything falls onto a line.
-  Affine Inverse() const;
-};
 
 /// A path of a drawing, with all transformations applied, in the page's pixels, 96 to an inch.
 struct DrawnPath {
@@ -34,7 +19,9 @@ struct DrawnPath {
 };
 
 /// The path with this id, or the first that is drawn when `id` is empty, from an SVG as editors
-/// write it: with groups, transformations, a view box and lengths in any unit. Throws InputError.
-DrawnPath ReadDrawnPath(const std::string& svg, const std::string& id);
+/// write it: with groups, transformations, a view box and lengths in any unit. `file` begins the
+/// message "file:line:column: ..." (columns in bytes, both from 1) about text that is not XML.
+/// Throws InputError.
+DrawnPath ReadDrawnPath(const std::string& file, const std::string& svg, const std::string& id);
 
 }  // namespace app

@@ -3,10 +3,9 @@
 #include <fmt/format.h>
 
 #include <cctype>
-#include <charconv>
-#include <cmath>
 
 #include "errors.h"
+#include "numbers.h"
 
 namespace app {
 namespace {
@@ -92,12 +91,7 @@ class PathReader {
     at_ = to;
   }
 
-  void SkipSpace() {
-    while (!rest_.empty() &&
-           (rest_.front() == ',' || std::isspace(static_cast<unsigned char>(rest_.front())) != 0)) {
-      rest_.remove_prefix(1);
-    }
-  }
+  void SkipSpace() { SkipAny(rest_, " ,\t\n\v\f\r"); }
 
   char TakeCommand() {
     SkipSpace();
@@ -109,14 +103,9 @@ class PathReader {
 
   double TakeNumber() {
     SkipSpace();
-    if (rest_.starts_with('+')) rest_.remove_prefix(1);
-    double number = 0;
-    const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), number);
-    if (error != std::errc{} || !std::isfinite(number)) {
-      Fail(fmt::format("expected a number at \"{}\"", rest_.substr(0, 20)));
-    }
-    rest_.remove_prefix(static_cast<std::size_t>(end - rest_.data()));
-    return number;
+    const auto number = app::TakeNumber(rest_);
+    if (!number) Fail(fmt::format("expected a number at \"{}\"", rest_.substr(0, 20)));
+    return *number;
   }
 
   Point TakePoint(Point base) {

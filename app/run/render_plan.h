@@ -13,7 +13,7 @@
 #include "hosting/render.h"
 #include "movie_format.h"
 #include "picture_file.h"
-#include "render_command.h"
+#include "render_request.h"
 #include "scene.h"
 #include "shots.h"
 

@@ -1,6 +1,7 @@
 #include "errors.h"
 
 #include <algorithm>
+#include <cctype>
 #include <new>
 
 #include "hosting/errors.h"
@@ -9,7 +10,8 @@ namespace app {
 
 Error AsError(const std::exception_ptr& exception) {
   const auto one_line = [](std::string text) {
-    std::replace(text.begin(), text.end(), '\n', ' ');
+    const auto is_control = [](unsigned char c) { return std::iscntrl(c) != 0; };
+    std::replace_if(text.begin(), text.end(), is_control, ' ');
     return text;
   };
   try {

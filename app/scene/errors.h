@@ -30,7 +30,8 @@ struct FileError : Error {
   explicit FileError(const std::string& message) : Error(ExitCode::kFile, message) {}
 };
 
-/// Any exception as what the program ends with. An Error without a message has been told already.
+/// Any exception as what the program ends with; its message is one line without control characters,
+/// which a name from a file may hold.
 Error AsError(const std::exception_ptr& exception);
 
 /// The user asked to stop, by a signal.

@@ -154,7 +154,6 @@ TEST_F(Runs, StopAtASignalWithoutPartialFiles) {
   for (const int signal : {SIGINT, SIGTERM}) {
     const RunResult stopped = RunVorlin(run, signal);
     EXPECT_EQ(stopped.exit_code, 128 + signal) << stopped.err;
-    EXPECT_LT(stopped.seconds_after_signal, 1);
     EXPECT_EQ(Entries(), With({"slow.json"}));
   }
   // Killed while it writes: what it left goes away with the next run, what others write stays.

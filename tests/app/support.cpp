@@ -1,6 +1,5 @@
 #include "support.h"
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,7 +7,9 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -58,11 +59,8 @@ int DifferentPixels(const hosting::World& part, const hosting::World& whole, int
   int different = 0;
   for (int y = 0; y < part.height(); ++y) {
     for (int x = 0; x < part.width(); ++x) {
-      const PF_Pixel& p = part.Row<PF_Pixel>(y)[x];
-      const PF_Pixel& w = whole.Row<PF_Pixel>(y + top)[x + left];
-      const bool same =
-          p.alpha == w.alpha && p.red == w.red && p.green == w.green && p.blue == w.blue;
-      different += same ? 0 : 1;
+      const PF_Pixel* w = whole.Row<PF_Pixel>(y + top) + x + left;
+      different += std::memcmp(part.Row<PF_Pixel>(y) + x, w, sizeof *w) == 0 ? 0 : 1;
     }
   }
   return different;
@@ -70,11 +68,9 @@ int DifferentPixels(const hosting::World& part, const hosting::World& whole, int
 
 void WritePlate(const std::string& name) {
   hosting::World world(64, 36, hosting::Depth::k8);
-  for (int y = 0; y < world.height(); ++y) {
-    for (int x = 0; x < world.width(); ++x) {
-      world.Row<PF_Pixel>(y)[x] = {255, static_cast<A_u_char>(4 * x), static_cast<A_u_char>(7 * y),
-                                   90};
-    }
+  for (int i = 0; i < 64 * 36; ++i) {
+    world.Row<PF_Pixel>(i / 64)[i % 64] = {255, static_cast<A_u_char>(4 * (i % 64)),
+                                           static_cast<A_u_char>(7 * (i / 64)), 90};
   }
   WritePicture(world, PictureFormat(name, hosting::Depth::k8), {}, name);
 }
@@ -124,54 +120,50 @@ namespace {
 /// Seconds; a program that hangs fails its test.
 constexpr unsigned kLongestRun = 120;
 
-/// Whether the current folder holds a file that is not complete.
-bool IsBeingWritten() {
-  const auto entries = std::filesystem::directory_iterator(".");
-  return std::any_of(begin(entries), end(entries),
-                     [](const auto& entry) { return entry.path().extension() == ".part"; });
+/// Waits for a file that is not complete in the current folder, and a moment more.
+void WaitForWriting() {
+  const auto is_part = [](const std::string& name) { return name.ends_with(".part"); };
+  for (int i = 0; i < 3000; ++i) {
+    const std::set<std::string> names = InFolder::Entries();
+    if (std::any_of(names.begin(), names.end(), is_part)) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+}
+
+/// What was written to a stream, which is closed.
+std::string Close(std::FILE* stream) {
+  std::string text = ReadAll("/dev/fd/" + std::to_string(fileno(stream)));
+  std::fclose(stream);
+  return text;
 }
 
 }  // namespace
 
 RunResult RunVorlin(std::vector<std::string> arguments, int signal) {
-  char out_name[] = "/tmp/vorlin_out_XXXXXX";
-  char err_name[] = "/tmp/vorlin_err_XXXXXX";
-  const int out = mkstemp(out_name);
-  const int err = mkstemp(err_name);
+  std::FILE* out = std::tmpfile();
+  std::FILE* err = std::tmpfile();
   arguments.insert(arguments.begin(), VORLIN);
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
-
   const pid_t child = fork();
   if (child == 0) {
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
+    dup2(fileno(out), STDOUT_FILENO);
+    dup2(fileno(err), STDERR_FILENO);
     alarm(kLongestRun);
     execv(VORLIN, argv.data());
     _exit(127);
   }
-  const auto now = [] { return std::chrono::steady_clock::now(); };
   if (signal > 0) {
-    const auto give_up = now() + std::chrono::seconds(30);
-    while (!IsBeingWritten() && now() < give_up) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    WaitForWriting();
     kill(child, signal);
   }
-  const auto signalled = now();
   int status = 0;
   rusage usage{};
   wait4(child, &status, 0, &usage);
-  close(out);
-  close(err);
-  RunResult result{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                   ReadAll(out_name), ReadAll(err_name), usage.ru_maxrss,
-                   std::chrono::duration<double>(now() - signalled).count()};
-  std::filesystem::remove(out_name);
-  std::filesystem::remove(err_name);
-  return result;
+  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return {code, Close(out), Close(err), usage.ru_maxrss};
 }
 
 }  // namespace app

@@ -17,12 +17,13 @@ namespace app {
 
 /// Tests that work in an empty folder of their own, the current one.
 class InFolder : public testing::Test {
+ public:
+  /// Names of the current folder's entries, hidden ones too.
+  static std::set<std::string> Entries();
+
  protected:
   InFolder();
   ~InFolder() override;
-
-  /// Names of the folder's entries, hidden ones too.
-  static std::set<std::string> Entries();
 
  private:
   std::filesystem::path before_;
@@ -76,7 +77,6 @@ struct RunResult {
   std::string out;
   std::string err;
   long peak_kib = 0;
-  double seconds_after_signal = 0;
 };
 
 /// Runs the built program to its end. `signal` above 0 is sent a moment after the program has begun

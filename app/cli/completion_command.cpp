@@ -1,14 +1,13 @@
-#include "completion_arguments.h"
+// vorlin completion: what a shell completes the program's arguments with.
 
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
-
+#include "commands.h"
 #include "completion.h"
 #include "hosting/effect.h"
-#include "man_page.h"
 #include "presets.h"
 #include "program_paths.h"
+#include "shared_options.h"
 
 namespace app {
 namespace {
@@ -32,13 +31,10 @@ void AddCompletion(CLI::App& app) {
   completion
       ->add_option_function<std::string>(
           "SHELL", [&app](const std::string& shell) { PrintCompletion(app, shell); },
-          "source <(vorlin completion bash)")
+          "as in: source <(vorlin completion bash)")
       ->required()
       ->check(CLI::IsMember({"bash", "zsh", "fish"}))
       ->option_text("bash|zsh|fish");
-  app.add_subcommand("man", "Print the manual page")->group("")->callback([&app] {
-    fmt::print("{}", ManPage(CommandsOf(app), VORLIN_VERSION));
-  });
 }
 
 }  // namespace app

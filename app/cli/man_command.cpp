@@ -1,6 +1,10 @@
-#include "man_page.h"
+// vorlin man: the manual page, section 1, in roff with the man macros.
 
 #include <fmt/format.h>
+
+#include "command_tree.h"
+#include "commands.h"
+#include "shared_options.h"
 
 namespace app {
 namespace {
@@ -66,8 +70,6 @@ std::string Item(const OptionInfo& option) {
   return fmt::format(".TP\n{}\n{}\n", head, Escaped(option.description));
 }
 
-}  // namespace
-
 std::string ManPage(const std::vector<CommandInfo>& commands, const std::string& version) {
   std::string page =
       fmt::format(".TH VORLIN 1 \"\" \"vorlin {}\" \"User Commands\"\n{}", version, kHead);
@@ -82,6 +84,14 @@ std::string ManPage(const std::vector<CommandInfo>& commands, const std::string&
     for (const OptionInfo& option : command.options) page += Item(option);
   }
   return page + kTail;
+}
+
+}  // namespace
+
+void AddMan(CLI::App& app) {
+  app.add_subcommand("man", "Print the manual page")->group("")->callback([&app] {
+    fmt::print("{}", ManPage(CommandsOf(app), VORLIN_VERSION));
+  });
 }
 
 }  // namespace app

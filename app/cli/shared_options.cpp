@@ -1,6 +1,4 @@
-#include "scene_arguments.h"
-
-#include <CLI/CLI.hpp>
+#include "shared_options.h"
 
 #include "presets.h"
 
@@ -22,6 +20,13 @@ void AddSceneChanges(CLI::App& command, SceneChanges& changes) {
       ->option_text("NAME=VALUE")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void AddEffect(CLI::App& command, std::filesystem::path& effect) {
+  command
+      .add_option("--effect", effect,
+                  "the effect's library; default: what VORLIN_EFFECT names, or the program's own")
+      ->option_text("FILE");
 }
 
 }  // namespace app

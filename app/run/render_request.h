@@ -10,6 +10,7 @@
 
 namespace app {
 
+/// What a run is asked to do.
 struct RenderArguments {
   std::filesystem::path scene;
   SceneChanges changes;
@@ -34,9 +35,5 @@ struct RenderArguments {
   bool json = false;        // results as JSON on standard output
   bool statistics = false;  // and what it took
 };
-
-/// Renders frames of a scene into pictures. Everything that can be checked is checked before the
-/// first frame. Throws Error, hosting::Error and Interrupted.
-void RunRender(const RenderArguments& arguments);
 
 }  // namespace app

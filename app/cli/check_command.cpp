@@ -1,0 +1,37 @@
+// vorlin check: reads and checks a scene without rendering it.
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "layer_source.h"
+#include "program_paths.h"
+#include "scene.h"
+#include "shared_options.h"
+
+namespace app {
+namespace {
+
+struct Arguments {
+  std::filesystem::path scene;
+  std::filesystem::path effect;
+};
+
+void Check(const Arguments& arguments) {
+  const hosting::Effect effect(FindEffect(arguments.effect));
+  const Scene scene = ReadScene(arguments.scene, effect, OpenLayer);
+  const hosting::Setup& setup = scene.setup;
+  fmt::print("{}: good: {} x {} pixels, {} frames at {} a second, {} lights\n",
+             arguments.scene.string(), setup.width, setup.height, scene.frames,
+             setup.time.frame_rate().Text(), setup.composition.layers.size() - 1);
+}
+
+}  // namespace
+
+void AddCheck(CLI::App& app) {
+  const auto to = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("check", "Check a scene without rendering it");
+  AddScene(*command, to->scene);
+  AddEffect(*command, to->effect);
+  command->callback([to] { Check(*to); });
+}
+
+}  // namespace app

@@ -1,0 +1,36 @@
+// vorlin schema: a JSON Schema, for editors, of scenes or of presets.
+#include "scene_schema.h"
+
+#include "commands.h"
+#include "hosting/effect.h"
+#include "json_text.h"
+#include "program_paths.h"
+#include "shared_options.h"
+#include "standard_streams.h"
+
+namespace app {
+namespace {
+
+struct Arguments {
+  std::filesystem::path effect;
+  bool preset = false;  // not of scenes
+};
+
+void PrintSchema(const Arguments& arguments) {
+  const hosting::Effect effect(FindEffect(arguments.effect));
+  const auto& controls = effect.controls();
+  PrintResult(WriteJson(arguments.preset ? PresetSchema(controls) : SceneSchema(controls), "  ") +
+              "\n");
+}
+
+}  // namespace
+
+void AddSchema(CLI::App& app) {
+  const auto to = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("schema", "Print a JSON Schema of scenes");
+  command->add_flag("--preset", to->preset, "of presets instead of scenes");
+  AddEffect(*command, to->effect);
+  command->callback([to] { PrintSchema(*to); });
+}
+
+}  // namespace app
