@@ -53,6 +53,7 @@ PF_Err CheckoutParam(PF_ProgPtr ref, A_long index, A_long time, A_long step, A_u
   if (!v.act) return v.code;
   const ControlValue& value = h.s.controls[static_cast<std::size_t>(index)];
   *param = h.params[static_cast<std::size_t>(index)];
+  param->param_type = kTypes[index];
   switch (param->param_type) {
     case PF_Param_FIX_SLIDER:
       param->u.fd.value = value.x.At(time);
@@ -125,7 +126,9 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, A_long index, A_long id, const PF_RenderReq
       h.Note(Callback::kCheckoutLayer, ref == kEffectRef, index, id, request->rect.left,
              request->rect.top, request->rect.right, request->rect.bottom, request->field,
              request->channel_mask, request->preserve_rgb_of_zero_alpha, time, step, scale);
-  if (v.act) *result = {request->rect, h.s.max_rect};
+  if (!v.act) return v.code;
+  *result = {{-3, -4, 1000, 2000}, h.s.max_rect};
+  if (id == 0) result->max_result_rect = {-9, -9, 900, 900};  // not to be used
   return v.code;
 }
 

@@ -51,8 +51,29 @@ struct Memory {
   Memory(int width, int height, int pixel, int padding)
       : bytes(static_cast<std::size_t>(2 * kGuard + (width * pixel + padding) * height), kPoison),
         row(width * pixel + padding) {}
-  PF_Pixel* Pixels() { return reinterpret_cast<PF_Pixel*>(bytes.data() + kGuard); }
+  /// The world in it.
+  PF_EffectWorld Lent(const World& world, PF_WorldFlags flags) {
+    const A_long first = world.upward && world.height > 0 ? (world.height - 1) * row : 0;
+    return {flags,
+            reinterpret_cast<PF_Pixel*>(bytes.data() + kGuard + first),
+            world.upward ? -row : row,
+            world.width,
+            world.height,
+            world.origin_x,
+            world.origin_y};
+  }
 };
+
+/// By place in params.
+inline constexpr PF_ParamType kTypes[29] = {
+    PF_Param_LAYER,      PF_Param_POINT,       PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
+    PF_Param_FIX_SLIDER, PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_GROUP_START,
+    PF_Param_POPUP,      PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
+    PF_Param_GROUP_END,  PF_Param_GROUP_START, PF_Param_POPUP,       PF_Param_FIX_SLIDER,
+    PF_Param_COLOR,      PF_Param_POPUP,       PF_Param_FIX_SLIDER,  PF_Param_POINT,
+    PF_Param_ANGLE,      PF_Param_GROUP_END,   PF_Param_GROUP_START, PF_Param_FIX_SLIDER,
+    PF_Param_FIX_SLIDER, PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
+    PF_Param_GROUP_END};
 
 class Host;
 inline Host* g_host = nullptr;  // the running command's
@@ -74,15 +95,19 @@ class Host {
   std::map<const void*, std::unique_ptr<Memory>> scratch;
   PF_EffectWorld input{};
   PF_EffectWorld output{};
+  PF_EffectWorld decoy{};  // stands where a command must not look for a world
   std::vector<PF_ParamDef> params = std::vector<PF_ParamDef>(29);
 
   void Blame(const std::string& what) {
     if (out.ownership.empty()) out.ownership = what;
   }
+  const PF_EffectWorld* Input() const {
+    return s.command == PF_Cmd_RENDER ? &params[0].u.ld : &input;
+  }
   /// Which world a pointer means.
   std::int64_t Name(const PF_EffectWorld* world) const {
     if (world == nullptr) return 0;
-    if (world == &input || world == &params[0].u.ld) return 1;
+    if (world == Input()) return 1;
     if (world == &output) return 2;
     return scratch.contains(world->data) ? 3 : 99;
   }
@@ -92,6 +117,7 @@ class Host {
 
   Memory input_memory_;
   Memory output_memory_;
+  Memory decoy_memory_{5, 4, 16, 0};
   std::size_t throw_count_ = 0;
 };
 

@@ -8,24 +8,29 @@ PF_Err MakeWorld(const Verdict& v, A_long width, A_long height, PF_EffectWorld* 
   Host& h = *g_host;
   if (!v.act) return v.code;
   auto memory = std::make_unique<Memory>(std::max(width, 0), std::max(height, 0), 4, 4);
-  *world = {0, memory->Pixels(), memory->row, width, height, 0, 0};
+  *world = memory->Lent({.width = width, .height = height, .upward = h.s.input.upward}, 0);
   // One that the effect was told not to have is nobody's.
   if (v.code == 0) h.scratch[world->data] = std::move(memory);
   return v.code;
 }
 
+/// As an effect's record is before it holds a world.
+bool Empty(const PF_EffectWorld& w) {
+  return w.data == nullptr && (w.world_flags | w.rowbytes | w.width | w.height) == 0;
+}
+
 PF_Err NewWorld1(PF_ProgPtr ref, A_long width, A_long height, PF_NewWorldFlags flags,
                  PF_EffectWorld* world) {
   return MakeWorld(
-      g_host->Note(Callback::kNewWorld1, ref == kEffectRef, width, height, flags, world), width,
-      height, world);
+      g_host->Note(Callback::kNewWorld1, ref == kEffectRef, width, height, flags, Empty(*world)),
+      width, height, world);
 }
 
 PF_Err NewWorld2(PF_ProgPtr ref, A_long width, A_long height, PF_Boolean clear,
                  PF_PixelFormat format, PF_EffectWorld* world) {
-  return MakeWorld(
-      g_host->Note(Callback::kNewWorld2, ref == kEffectRef, width, height, clear, format, world),
-      width, height, world);
+  return MakeWorld(g_host->Note(Callback::kNewWorld2, ref == kEffectRef, width, height, clear,
+                                format, Empty(*world)),
+                   width, height, world);
 }
 
 template <Callback kCallback>
@@ -74,7 +79,7 @@ PF_Err GetEffectLayer(PF_ProgPtr ref, AEGP_LayerH* layer) {
 
 PF_Err ConvertTime(PF_ProgPtr ref, A_long time, A_u_long scale, A_Time* comp_time) {
   const Verdict v = g_host->Note(Callback::kConvertTime, ref == kEffectRef, time, scale);
-  if (v.act) *comp_time = {time + 17, scale};
+  if (v.act) *comp_time = {time + 17, scale ^ 3};
   return v.code;
 }
 

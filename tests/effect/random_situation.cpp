@@ -92,6 +92,7 @@ void DrawWorlds(Dice& dice, Situation& s) {
       w.origin_y = dice.Int(-4, 7);
     }
     w.padding = dice.Of({0, 4, 16, 60});
+    w.upward = dice.Once(4);
     return w;
   };
   s.input = world(dice.Int(1, 4) != 1);
@@ -217,6 +218,7 @@ Situation Drawn(const NextNumber& next) {
   s.max_rect = {edge(), edge(), edge() + 15, edge() + 15};
   s.ui_flags = dice.Of({0, 0x20, 0x21});
   s.flags = dice.Of({0, 0x20, 0x42});
+  if (s.command == PF_Cmd_UPDATE_PARAMS_UI) s.other_types = dice.Int(0, 14);
   s.has_effect_layer = !dice.Once(20);
   s.has_comp = !dice.Once(20);
   const int layers = dice.Once(10) ? 25 : dice.Int(0, 6);

@@ -114,6 +114,7 @@ struct World {
   A_long origin_y = 0;
   int padding = 0;  // bytes at the end of each row
   bool null = false;
+  bool upward = false;  // the last row first in memory
 };
 
 struct Situation {
@@ -142,6 +143,7 @@ struct Situation {
   std::array<A_long, 29> popups_passed{};  // by params, for popups; check-outs answer `controls`
   PF_ParamUIFlags ui_flags = 0;            // of every record in params
   PF_ParamFlags flags = 0;
+  int other_types = 0;        // not 0: params are of other types than the effect's, counted from it
   std::vector<Layer> layers;  // of the composition, top first
   bool has_effect_layer = true;
   bool has_comp = true;

@@ -6,15 +6,6 @@
 #include "host_state.h"
 
 namespace testhost {
-namespace {
-
-PF_EffectWorld Lent(const World& world, Memory& memory, PF_WorldFlags flags) {
-  return {flags,        memory.Pixels(), memory.row,    world.width,
-          world.height, world.origin_x,  world.origin_y};
-}
-
-}  // namespace
-
 Host::Host(const Situation& situation)
     : s(situation),
       input_memory_(std::max(s.input.width, 0), std::max(s.input.height, 0), 16, s.input.padding),
@@ -36,29 +27,22 @@ Host::Host(const Situation& situation)
   in.pixel_aspect_ratio = s.pixel_aspect;
   in.shutter_angle = s.shutter_angle;
   in.pica_basicP = s.has_basic_suite ? &g_basic : nullptr;
-  input = Lent(s.input, input_memory_, s.world_flags);
-  output = Lent(s.output, output_memory_, s.world_flags);
+  input = input_memory_.Lent(s.input, s.world_flags);
+  output = output_memory_.Lent(s.output, s.world_flags);
+  decoy = decoy_memory_.Lent({5, 4, 91, -7}, s.world_flags);
   FillParams();
 }
 
 void Host::FillParams() {
-  constexpr PF_ParamType kTypes[29] = {
-      PF_Param_LAYER,      PF_Param_POINT,       PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
-      PF_Param_FIX_SLIDER, PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_GROUP_START,
-      PF_Param_POPUP,      PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
-      PF_Param_GROUP_END,  PF_Param_GROUP_START, PF_Param_POPUP,       PF_Param_FIX_SLIDER,
-      PF_Param_COLOR,      PF_Param_POPUP,       PF_Param_FIX_SLIDER,  PF_Param_POINT,
-      PF_Param_ANGLE,      PF_Param_GROUP_END,   PF_Param_GROUP_START, PF_Param_FIX_SLIDER,
-      PF_Param_FIX_SLIDER, PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,  PF_Param_FIX_SLIDER,
-      PF_Param_GROUP_END};
   for (std::size_t i = 0; i < params.size(); ++i) {
     std::memset(&params[i], 0x2a, sizeof params[i]);
-    params[i].param_type = kTypes[i];
+    params[i].param_type =
+        s.other_types == 0 ? kTypes[i] : (static_cast<int>(i) + s.other_types) % 15;
     params[i].flags = s.flags;
     params[i].ui_flags = s.ui_flags;
     if (kTypes[i] == PF_Param_POPUP) params[i].u.pd.value = s.popups_passed[i];
   }
-  params[0].u.ld = input;
+  params[0].u.ld = s.command == PF_Cmd_RENDER ? input : decoy;
 }
 
 Outcome Host::Run(PF_MainEntry entry) {
@@ -87,19 +71,25 @@ Outcome Host::Run(PF_MainEntry entry) {
     extra = nullptr;
   }
   const std::vector<std::byte> input_before = input_memory_.bytes;
+  const std::vector<std::byte> decoy_before = decoy_memory_.bytes;
+  const auto worlds = [&] {
+    std::string bytes;
+    for (const PF_EffectWorld* w : {&params[0].u.ld, &input, &output, &decoy}) bytes += Bytes(*w);
+    return bytes;
+  };
+  const std::string worlds_before = worlds();
+  PF_EffectWorld* const world = s.command == PF_Cmd_RENDER ? &output : &decoy;
   try {
-    out.code = entry(s.command, &in, &out_data, pointers.data(), &output, extra);
+    out.code = entry(s.command, &in, &out_data, pointers.data(), world, extra);
   } catch (...) {
     out.escaped = "an exception passed the entry point";
   }
   out.output = output_memory_.bytes;
-  out.input_touched = input_memory_.bytes != input_before;
-  // Addresses of this host stand in some records; they must be what they were.
-  if (params[0].u.ld.data != input_memory_.Pixels() || input.data != input_memory_.Pixels() ||
-      output.data != output_memory_.Pixels() || pre_output.pre_render_data != &pre_input) {
-    Blame("a pointer in the host's records was changed");
+  out.input_touched = input_memory_.bytes != input_before || decoy_memory_.bytes != decoy_before;
+  if (worlds() != worlds_before || pre_output.pre_render_data != &pre_input) {
+    Blame("a world of the host's or a pointer in its records was changed");
   }
-  params[0].u.ld.data = input.data = output.data = nullptr;
+  params[0].u.ld.data = nullptr;  // an address of this host's
   pre_output.pre_render_data = nullptr;
   const auto keep = [&](const auto& record) {
     const auto* bytes = reinterpret_cast<const std::byte*>(&record);
@@ -108,8 +98,6 @@ Outcome Host::Run(PF_MainEntry entry) {
   keep(in);
   keep(out_data);
   for (const PF_ParamDef& param : params) keep(param);
-  keep(input);
-  keep(output);
   keep(pre_input);
   keep(pre_output.result_rect);
   keep(pre_output.max_result_rect);
