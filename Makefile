@@ -8,7 +8,7 @@ build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
 
 demo: $(BUILD)/build.ninja
-	cmake --build $(BUILD) --target vorlin vorlin_effect
+	cmake --build $(BUILD) --target product
 	rm -rf demo
 	mkdir demo
 	$(BUILD)/app/cli/vorlin render scenes/ribbon.json -o demo/ribbon.####.png --over layer

@@ -7,6 +7,10 @@ set(VORLIN_MANIFEST ${PROJECT_BINARY_DIR}/effect/vorlin.manifest.json)
 set(VORLIN_EFFECT_DIR ${CMAKE_INSTALL_LIBDIR}/vorlin)
 set(VORLIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorlin)
 
+# All that is installed, without tests and fuzzers: what `make demo` builds.
+add_custom_target(product)
+add_dependencies(product vorlin vorlin_effect vorlin_hosting manifest changelog)
+
 install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
 install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
@@ -25,6 +29,7 @@ if(NOT VORLIN_SANITIZE)
     COMMAND vorlin completion fish > ${VORLIN_PAGES}/vorlin.fish
     DEPENDS vorlin vorlin_effect)
   add_custom_target(pages ALL DEPENDS ${VORLIN_PAGES}/vorlin.1.gz)
+  add_dependencies(product pages)
   install(FILES ${VORLIN_PAGES}/vorlin.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   set(data ${CMAKE_INSTALL_DATADIR})
   install(FILES ${VORLIN_PAGES}/vorlin DESTINATION ${data}/bash-completion/completions)
