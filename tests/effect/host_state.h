@@ -41,6 +41,7 @@ std::string_view Bytes(const Record& record) {
 struct Verdict {
   bool act;  // whether the call does its work
   PF_Err code;
+  bool hollow = false;
 };
 
 /// A buffer with guards; every pixel takes that many bytes.
@@ -144,6 +145,8 @@ Verdict Host::Note(Callback callback, const Args&... args) {
         throw std::bad_alloc();
       case Misdeed::kThrowOther:
         throw std::runtime_error("thrown by the host");
+      case Misdeed::kHollow:
+        return {true, 0, true};
     }
   }
   return {true, 0};

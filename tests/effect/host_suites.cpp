@@ -140,7 +140,8 @@ const void* Table(std::string_view name, int version) {
 SPErr Acquire(const char* name, std::int32_t version, const void** suite) {
   Host& h = *g_host;
   const Verdict v = h.Note(Callback::kAcquire, std::string_view(name), version);
-  *suite = v.act ? Table(name, version) : nullptr;
+  static constexpr void (*kHollow[8])() = {};
+  *suite = v.hollow ? kHollow : v.act ? Table(name, version) : nullptr;
   if (v.code == 0 && *suite != nullptr) ++h.lent_suites[{name, version}];
   return v.code;
 }

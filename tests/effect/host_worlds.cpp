@@ -9,6 +9,13 @@ PF_Err MakeWorld(const Verdict& v, A_long width, A_long height, PF_EffectWorld* 
   if (!v.act) return v.code;
   auto memory = std::make_unique<Memory>(std::max(width, 0), std::max(height, 0), 4, 4);
   *world = memory->Lent({.width = width, .height = height, .upward = h.s.input.upward}, 0);
+  const Scratch scratch = h.s.scratch;
+  world->width -= scratch == Scratch::kNarrow;
+  world->height -= scratch == Scratch::kLow;
+  world->rowbytes -= 2 * (scratch == Scratch::kOddRows);
+  if (scratch == Scratch::kMisplaced) {
+    world->data = reinterpret_cast<PF_Pixel*>(reinterpret_cast<char*>(world->data) + 1);
+  }
   // One that the effect was told not to have is nobody's.
   if (v.code == 0) h.scratch[world->data] = std::move(memory);
   return v.code;

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "host/fxenv.h"
+#include "light/color_control.h"
 #include "light/light_shade.h"
 #include "reference_light.h"
 #include "render/scratch_world.h"
@@ -150,6 +151,35 @@ TEST(Geometry, VectorDivision) {
   EXPECT_EQ(Xyz(vorlin::FX_VectorDivision({3, 4, 12}, 13)), (Three{3 * r, 4 * r, 12 * r}));
   EXPECT_EQ(Xyz(vorlin::FX_VectorDivision({3, 4, 12}, 0)), (Three{3, 4, 12}));
   EXPECT_EQ(Xyz(vorlin::FX_VectorDivision({3, 4, 12}, -0.0)), (Three{3, 4, 12}));
+}
+
+// With alpha, which no light looks at.
+TEST(ColorControl, IsReadInTheRendersPrecision) {
+  testhost::Situation s = testhost::PlainFrame(PF_Cmd_RENDER, PF_PixelFormat_ARGB32);
+  s.controls[16].color = {7, 128, 255, 0};
+  s.float_color = {0.5F, -1, 2, 0.25F};
+  const auto read = [](PF_Cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
+                       PF_LayerDef* output, void*) -> PF_Err {
+    vorlin::Fxenv env(in, out, params, output);
+    const auto p8 = vorlin::GetColorControl<PF_Pixel>(env, 16, 5, 7, 30);
+    const auto p16 = vorlin::GetColorControl<PF_Pixel16>(env, 16, 5, 7, 30);
+    const auto f = vorlin::GetColorControl<PF_PixelFloat>(env, 16, 5, 7, 30);
+    EXPECT_EQ((std::array<int, 4>{p8.alpha, p8.red, p8.green, p8.blue}),
+              (std::array<int, 4>{255, 128, 255, 0}));
+    const bool exact = in->version.major > 12;
+    EXPECT_EQ((std::array<int, 4>{p16.alpha, p16.red, p16.green, p16.blue}),
+              exact ? (std::array<int, 4>{16384, 0, 32768, 8192})
+                    : (std::array<int, 4>{32768, 16448, 32768, 0}));
+    constexpr float k = 0.003921569F;
+    EXPECT_EQ((std::array<float, 4>{f.alpha, f.red, f.green, f.blue}),
+              exact ? (std::array<float, 4>{0.5F, -1, 2, 0.25F})
+                    : (std::array<float, 4>{255 * k, 128 * k, 255 * k, 0}));
+    return 0;
+  };
+  for (const A_short major : {A_short{12}, A_short{13}}) {
+    s.version = {major, 10};
+    EXPECT_EQ(RunCommand(s, read).ownership, "");
+  }
 }
 
 struct Chance {

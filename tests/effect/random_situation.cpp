@@ -190,7 +190,7 @@ void DrawRules(Dice& dice, Situation& s) {
                                Callback::kAreaSample, Callback::kCheckinParam});
     }
     rule.nth = dice.Once(2) ? dice.Int(0, 2) : dice.Int(0, 40);
-    rule.misdeed = static_cast<Misdeed>(dice.Int(0, 5));
+    rule.misdeed = static_cast<Misdeed>(dice.Int(0, kMisdeeds - 1));
     rule.code = dice.Of<PF_Err>({1, 4, 77, 516, PF_Interrupt_CANCEL, -3});
     rule.from_then_on = dice.Once(4);
     s.rules.push_back(rule);
@@ -221,6 +221,7 @@ Situation Drawn(const NextNumber& next) {
   if (s.command == PF_Cmd_UPDATE_PARAMS_UI) s.other_types = dice.Int(0, 14);
   s.has_effect_layer = !dice.Once(20);
   s.has_comp = !dice.Once(20);
+  if (dice.Once(40)) s.scratch = static_cast<Scratch>(dice.Int(1, 4));
   const int layers = dice.Once(10) ? 25 : dice.Int(0, 6);
   for (int i = 0; i < layers; ++i) s.layers.push_back(DrawLayer(dice, s));
   s.out_flags = dice.Int(0, 0xFFFF);

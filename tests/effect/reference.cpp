@@ -149,7 +149,10 @@ PF_Err RenderFrame(Env& env, PF_PixelFormat format) {
     return err;
   }
   scratch.allocated = true;
-  if (scratch.world.data == nullptr) return 4;
+  const PF_EffectWorld& field = scratch.world;
+  const auto address = reinterpret_cast<std::uintptr_t>(field.data);
+  if (address == 0 || address % 4 != 0 || field.rowbytes % 4 != 0) return 4;
+  if (field.width < output.width || field.height < output.height) return 4;
   const PF_Pixel quarter{0x00, 0x00, 0x80, 0xBE};
   if (const PF_Err err = in->utils->fill(in->effect_ref, &quarter, nullptr, &scratch.world);
       err != 0) {
@@ -199,9 +202,11 @@ PF_PixelFormat Format(Env& env) {
   }
   if (table != nullptr) {
     try {
-      static_cast<const PF_WorldSuite2*>(table)->PF_GetPixelFormat(env.output, &format);
-      asked = true;
+      const auto ask = static_cast<const PF_WorldSuite2*>(table)->PF_GetPixelFormat;
+      asked = ask != nullptr;
+      if (asked) ask(env.output, &format);
     } catch (...) {
+      asked = false;
     }
     try {
       basic->ReleaseSuite(kPFWorldSuite, 2);

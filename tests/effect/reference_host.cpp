@@ -150,6 +150,8 @@ const void* Suites::Load(const char* name, int version) {
     if (basic->AcquireSuite(name, version, &table) != 0 || table == nullptr) throw 516;
     tables_[slot] = table;
   }
+  // A table without functions is as good as none.
+  if (*static_cast<void* const*>(tables_[slot]) == nullptr) throw 516;
   return tables_[slot];
 }
 

@@ -66,7 +66,12 @@ enum class Misdeed {
   kThrowInt,     // throws the code
   kThrowBadAlloc,
   kThrowOther,
+  kHollow,  // a table whose functions are all null; any call but an acquisition does its work
 };
+inline constexpr int kMisdeeds = 7;
+
+/// What is wrong with the scratch worlds that the host makes.
+enum class Scratch { kSound, kNarrow, kLow, kOddRows, kMisplaced };
 
 /// Which call is hit: the nth one of a function, or from that on.
 struct Rule {
@@ -147,6 +152,7 @@ struct Situation {
   std::vector<Layer> layers;  // of the composition, top first
   bool has_effect_layer = true;
   bool has_comp = true;
+  Scratch scratch = Scratch::kSound;
   PF_PixelFloat float_color{1, 1, 1, 1};
   PF_OutFlags out_flags = 0;
   PF_OutFlags2 out_flags2 = 0;
