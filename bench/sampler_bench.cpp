@@ -105,7 +105,7 @@ bench::MakeWork Write(std::size_t bytes) {
 }
 
 template <class Pixel>
-void PairsOf(const std::string& name, Depth depth, int table_bytes, const Boxes& stroke) {
+void PairsOf(const std::string& name, Depth depth, const Boxes& stroke) {
   const auto pair = [&](const std::string& boxes_name, const Boxes& boxes, int count) {
     bench::Pair(boxes_name + "/plain sum, " + name, count, bench::Ratio::kTimesFaster,
                 Sampled<Pixel>(depth, boxes, count), Plainly<Pixel>(depth, boxes, count));
@@ -122,7 +122,7 @@ void PairsOf(const std::string& name, Depth depth, int table_bytes, const Boxes&
               Sampled<Pixel>(depth, boxes_of(129), kCount),
               Sampled<Pixel>(depth, boxes_of(1), kCount));
   const World& source = Source(depth);
-  const auto bytes = static_cast<std::size_t>(source.width() * source.height() * table_bytes);
+  const std::size_t bytes = AreaSampler::TableBytes(source.width(), source.height(), depth);
   bench::Pair("making the table/writing it, " + name, 1, bench::Ratio::kTimesItsTime,
               MakeTable<Pixel>(depth), Write(bytes));
 }
@@ -131,8 +131,8 @@ void PairsOf(const std::string& name, Depth depth, int table_bytes, const Boxes&
 
 int main(int argc, char** argv) {
   const auto stroke = std::make_shared<const std::vector<SampleBox>>(bench::StrokeBoxes({}));
-  PairsOf<PF_Pixel>("8 bits", Depth::k8, 16, stroke);
-  PairsOf<PF_Pixel16>("16 bits", Depth::k16, 32, stroke);
-  PairsOf<PF_PixelFloat>("float", Depth::k32, 32, stroke);
+  PairsOf<PF_Pixel>("8 bits", Depth::k8, stroke);
+  PairsOf<PF_Pixel16>("16 bits", Depth::k16, stroke);
+  PairsOf<PF_PixelFloat>("float", Depth::k32, stroke);
   return bench::RunMain(argc, argv);
 }

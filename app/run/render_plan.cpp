@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "errors.h"
+#include "hosting/area_sampler.h"
 #include "interrupt.h"
 #include "layer_source.h"
 #include "output_file.h"
@@ -135,12 +136,12 @@ int RenderPlan::height() const {
 std::uint64_t RenderPlan::BytesAWorker() const {
   // Input, output, scratch world and a frame that waits to be written; the sampling table; two
   // pictures of the layer.
-  constexpr std::uint64_t kTableBytes = 40;
   constexpr std::uint64_t kRest = std::uint64_t{64} << 20;
   const hosting::Setup& setup = scene_.setup;
   const auto pixels =
       static_cast<std::uint64_t>(setup.width) * static_cast<std::uint64_t>(setup.height);
-  return pixels * (6 * hosting::PixelSize(arguments_.depth) + kTableBytes) + kRest;
+  return pixels * 6 * hosting::PixelSize(arguments_.depth) +
+         hosting::AreaSampler::TableBytes(setup.width, setup.height, arguments_.depth) + kRest;
 }
 
 std::shared_ptr<const hosting::Picture> RenderPlan::Layer(const Shot& shot) const {

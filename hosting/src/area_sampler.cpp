@@ -8,7 +8,16 @@ namespace {
 
 // Boxes up to this many pixels wide and high are added up directly: that is faster than a look-up.
 constexpr std::int64_t kSmallBox = 3 * kOne;
+// A table of more bytes is not worth its while: narrow sources, to which its border of zeros adds
+// much, are quickly added up.
 constexpr std::size_t kMaxBytesPerPixel = 40;
+
+template <class Pixel>
+std::size_t WorthwhileSize(int width, int height) {
+  const std::size_t size = SumTable<Pixel>::Size(width, height);
+  const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  return size <= kMaxBytesPerPixel * pixels ? size : 0;
+}
 
 }  // namespace
 
@@ -32,14 +41,17 @@ AreaSampler::AreaSampler(const PF_EffectWorld& source, Depth depth,
 
 AreaSampler::~AreaSampler() = default;
 
+std::size_t AreaSampler::TableBytes(int width, int height, Depth depth) {
+  if (depth == Depth::k8) return WorthwhileSize<PF_Pixel>(width, height);
+  return depth == Depth::k16 ? WorthwhileSize<PF_Pixel16>(width, height)
+                             : WorthwhileSize<PF_PixelFloat>(width, height);
+}
+
 template <class Pixel>
 const AreaSampler::Sums* AreaSampler::GetSums() const {
   if (!asked_.load(std::memory_order_acquire)) {
     std::call_once(once_, [this] {
-      // Narrow sources are quickly added up, and their border of zeros would weigh too much.
-      const auto pixels =
-          static_cast<std::size_t>(source_.width) * static_cast<std::size_t>(source_.height);
-      if (SumTable<Pixel>::Size(source_) > kMaxBytesPerPixel * pixels) return;
+      if (WorthwhileSize<Pixel>(source_.width, source_.height) == 0) return;
       constexpr auto kKind = std::in_place_type<SumTable<Pixel>>;
       sums_.reset(new Sums{decltype(Sums::table)(kKind, source_, pool_)});
     });

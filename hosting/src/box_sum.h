@@ -40,12 +40,6 @@ Totals<Weight<Pixel>> Weighted(const Pixel& p) {
           alpha * static_cast<Weight<Pixel>>(p.green), alpha * static_cast<Weight<Pixel>>(p.blue)};
 }
 
-template <class Pixel>
-const Pixel* Row(const PF_EffectWorld& world, std::int64_t y) {
-  return reinterpret_cast<const Pixel*>(reinterpret_cast<const char*>(world.data) +
-                                        y * world.rowbytes);
-}
-
 /// One side of a box in 1/65536 pixels, pixel i covering [i, i + 1): the whole, and what lies
 /// inside.
 struct Side {
@@ -84,7 +78,7 @@ template <class Pixel>
 Totals<BoxTotal<Pixel>> AddUp(const PF_EffectWorld& source, const Sides& sides) {
   Totals<BoxTotal<Pixel>> totals{};
   for (std::int64_t y = sides.y.firstPixel(); y < sides.y.endPixel(); ++y) {
-    const Pixel* row = Row<Pixel>(source, y);
+    const Pixel* row = RowOf<const Pixel>(source, y);
     Totals<RowTotal<Pixel>> row_totals{};
     for (std::int64_t x = sides.x.firstPixel(); x < sides.x.endPixel(); ++x) {
       const std::uint32_t share = sides.x.Share(x);

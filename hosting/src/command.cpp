@@ -29,15 +29,6 @@ std::string Bytes(const Record* records, std::size_t count) {
   return {reinterpret_cast<const char*>(records), sizeof(Record) * count};
 }
 
-std::string Pixels(const World& world) {
-  std::string pixels;
-  for (int y = 0; y < world.height(); ++y) {
-    pixels += Bytes(world.RowBytes(y),
-                    static_cast<std::size_t>(world.width()) * PixelSize(world.depth()));
-  }
-  return pixels;
-}
-
 }  // namespace
 
 // Callbacks without an effect_ref find the command here. Written with g_command_mutex held.
@@ -57,17 +48,23 @@ Command::Command(PF_MainEntry entry, PF_Cmd cmd, const Observer& observer)
   in_data.pica_basicP = &basic_suite_;
 }
 
+/// Costs as much as the picture, so only where writes are watched anyway.
+std::string Command::InputPixels() const {
+  std::string pixels;
+  if (input == nullptr || !layout.guards) return pixels;
+  const std::size_t row = static_cast<std::size_t>(input->width()) * PixelSize(input->depth());
+  for (int y = 0; y < input->height(); ++y) pixels += Bytes(input->RowBytes(y), row);
+  return pixels;
+}
+
 void Command::Run(PF_LayerDef* output_record, void* extra) {
   const Commanding commanding;
   const std::lock_guard lock(g_command_mutex);
   thread_ = std::this_thread::get_id();
   std::vector<PF_ParamDef*> pointers;
   for (PF_ParamDef& param : params) pointers.push_back(&param);
-  const std::string in_before = Bytes(&in_data, 1);
-  const std::string params_before = Bytes(params.data(), params.size());
-  // Costs as much as the picture, so only where writes are watched anyway.
-  const World* const watched = layout.guards ? input : nullptr;
-  const std::string input_before = watched == nullptr ? std::string() : Pixels(*watched);
+  const std::string before[]{Bytes(&in_data, 1), Bytes(params.data(), params.size()),
+                             InputPixels()};
 
   current_ = this;
   PF_Err result = 0;
@@ -80,13 +77,11 @@ void Command::Run(PF_LayerDef* output_record, void* extra) {
   }
   current_ = nullptr;
 
-  if (in_before != Bytes(&in_data, 1)) ledger.Note("the effect wrote to PF_InData");
-  if (params_before != Bytes(params.data(), params.size())) {
+  if (before[0] != Bytes(&in_data, 1)) ledger.Note("the effect wrote to PF_InData");
+  if (before[1] != Bytes(params.data(), params.size())) {
     ledger.Note("the effect wrote to the host's control records");
   }
-  if (watched != nullptr && input_before != Pixels(*watched)) {
-    ledger.Note("the effect wrote to the input world");
-  }
+  if (before[2] != InputPixels()) ledger.Note("the effect wrote to the input world");
   CheckGuards("the command's end");
   if (const std::string verdict = ledger.Verdict(); !verdict.empty()) {
     throw Breach(CommandName(cmd_) + ": " + verdict);

@@ -28,6 +28,13 @@ requires std::is_arithmetic_v<Number> Argument Arg(const char* label, Number num
   return {label, static_cast<Kept>(number)};
 }
 
+/// One of three kinds of call, by the depth of their pixels.
+template <class Pixel>
+constexpr CallKind ByDepth(CallKind of_8, CallKind of_16, CallKind of_float) {
+  if (kDepthOf<Pixel> == Depth::k8) return of_8;
+  return kDepthOf<Pixel> == Depth::k16 ? of_16 : of_float;
+}
+
 /// A frame between its two smart commands.
 struct SmartFrame {
   struct CheckOut {
@@ -94,6 +101,7 @@ class Command {
  private:
   PF_Err Tell(CallKind kind, std::initializer_list<Argument> arguments);
   void CheckGuards(const std::string& when);
+  std::string InputPixels() const;
 
   static Command* current_;
 

@@ -133,20 +133,7 @@ PF_Err GetLightType(AEGP_LayerH light_layer, AEGP_LightType* light_type) {
   return AboutLayer(CallKind::kGetLightType, light_layer, std::nullopt,
                     [&](const Setup&, const Layer& asked) -> PF_Err {
                       if (asked.kind != Layer::Kind::kLight) return PF_Err_BAD_CALLBACK_PARAM;
-                      switch (asked.light.kind) {
-                        case LightKind::kParallel:
-                          *light_type = AEGP_LightType_PARALLEL;
-                          break;
-                        case LightKind::kSpot:
-                          *light_type = AEGP_LightType_SPOT;
-                          break;
-                        case LightKind::kPoint:
-                          *light_type = AEGP_LightType_POINT;
-                          break;
-                        case LightKind::kAmbient:
-                          *light_type = AEGP_LightType_AMBIENT;
-                          break;
-                      }
+                      *light_type = static_cast<AEGP_LightType>(asked.light.kind);
                       return PF_Err_NONE;
                     });
 }

@@ -3,30 +3,11 @@
 #include <cmath>
 #include <cstring>
 
+#include "encodings.h"
 #include "hosting/errors.h"
 
 namespace hosting {
 namespace {
-
-double FromFixed(PF_Fixed v) { return v / 65536.0; }
-
-Color FromPixel(const PF_Pixel& p) { return {p.red / 255.0, p.green / 255.0, p.blue / 255.0}; }
-
-A_u_char ToByte(double v) {
-  return static_cast<A_u_char>(std::lround(std::clamp(v, 0.0, 1.0) * 255));
-}
-
-std::vector<std::string> SplitChoices(const A_char* names) {
-  std::vector<std::string> choices(1);
-  for (; *names != '\0'; ++names) {
-    if (*names == '|') {
-      choices.emplace_back();
-    } else {
-      choices.back() += *names;
-    }
-  }
-  return choices;
-}
 
 /// A control's name for messages.
 std::string Label(const ControlInfo& control) {
@@ -112,7 +93,8 @@ struct FillValue {
   void operator()(const Track<int>& track) const { param.u.pd.value = track.At(seconds); }
   void operator()(const Track<Color>& track) const {
     const Color color = track.At(seconds);
-    param.u.cd.value = {255, ToByte(color.red), ToByte(color.green), ToByte(color.blue)};
+    param.u.cd.value = {255, Encode<Bits8>(color.red), Encode<Bits8>(color.green),
+                        Encode<Bits8>(color.blue)};
   }
   void operator()(const Track<Point>& track) const {
     const Point point = track.At(seconds);
@@ -122,62 +104,6 @@ struct FillValue {
 };
 
 }  // namespace
-
-ControlInfo DescribeControl(int index, const PF_ParamDef& record) {
-  ControlInfo control;
-  control.index = index;
-  control.id = record.uu.id;
-  control.name.assign(record.name, strnlen(record.name, sizeof record.name));
-  control.can_vary = (record.flags & PF_ParamFlag_CANNOT_TIME_VARY) == 0;
-  control.supervised = (record.flags & PF_ParamFlag_SUPERVISE) != 0;
-  control.starts_collapsed = (record.flags & PF_ParamFlag_COLLAPSE_TWIRLY) != 0;
-  control.starts_disabled = (record.ui_flags & PF_PUI_DISABLED) != 0;
-  control.record = record;
-  switch (record.param_type) {
-    case PF_Param_GROUP_START:
-      control.type = ControlType::kGroupStart;
-      break;
-    case PF_Param_GROUP_END:
-      control.type = ControlType::kGroupEnd;
-      break;
-    case PF_Param_FIX_SLIDER:
-      control.type = ControlType::kSlider;
-      control.valid = {FromFixed(record.u.fd.valid_min), FromFixed(record.u.fd.valid_max)};
-      control.slider = {FromFixed(record.u.fd.slider_min), FromFixed(record.u.fd.slider_max)};
-      control.default_value = FromFixed(record.u.fd.dephault);
-      control.precision = record.u.fd.precision;
-      if (control.valid.min > control.valid.max) {
-        throw Error("the effect's " + Label(control) + " has no valid value");
-      }
-      control.percent = (record.u.fd.display_flags & PF_ValueDisplayFlag_PERCENT) != 0;
-      break;
-    case PF_Param_ANGLE:
-      control.type = ControlType::kAngle;
-      control.default_value = FromFixed(record.u.ad.dephault);
-      break;
-    case PF_Param_POPUP:
-      control.type = ControlType::kPopup;
-      control.default_value = int{record.u.pd.dephault};
-      if (record.u.pd.u.namesptr == nullptr) {
-        throw Error("the effect's " + Label(control) + " has no choices");
-      }
-      control.choices = SplitChoices(record.u.pd.u.namesptr);
-      break;
-    case PF_Param_COLOR:
-      control.type = ControlType::kColor;
-      control.default_value = FromPixel(record.u.cd.dephault);
-      break;
-    case PF_Param_POINT:
-      control.type = ControlType::kPoint;
-      control.default_value =
-          Point{FromFixed(record.u.td.x_dephault), FromFixed(record.u.td.y_dephault)};
-      break;
-    default:
-      throw Error("the effect's " + Label(control) + " is of type " +
-                  std::to_string(record.param_type) + ", which this host does not have");
-  }
-  return control;
-}
 
 ControlTracks::ControlTracks(std::vector<ControlInfo> controls, int layer_width, int layer_height)
     : controls_(std::move(controls)) {

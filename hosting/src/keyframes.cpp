@@ -1,8 +1,5 @@
 #include "hosting/keyframes.h"
 
-#include <cmath>
-#include <limits>
-
 namespace hosting {
 namespace {
 
@@ -31,14 +28,6 @@ double EasedProgress(const Handle& out, const Handle& in, double t) {
   const bool even = out.time == kLinear.time && in.time == kLinear.time;
   const double s = even ? t : Invert(out.time, 1 - in.time, t);
   return Bezier(out.progress, 1 - in.progress, s);
-}
-
-PF_Fixed ToFixed(double v) {
-  using Limits = std::numeric_limits<PF_Fixed>;
-  const double scaled = std::round(v * 65536);
-  if (scaled >= static_cast<double>(Limits::max())) return Limits::max();
-  if (scaled <= static_cast<double>(Limits::min())) return Limits::min();
-  return scaled == scaled ? static_cast<PF_Fixed>(scaled) : 0;
 }
 
 }  // namespace hosting

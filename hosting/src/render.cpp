@@ -4,6 +4,7 @@
 
 #include "command.h"
 #include "hosting/errors.h"
+#include "rects.h"
 
 namespace hosting {
 namespace {
@@ -19,13 +20,6 @@ struct PreparedLayer {
         world(std::move(made)),
         sampler(world.record(), world.depth(), std::move(memory)) {}
 };
-
-bool IsEmpty(const PF_LRect& r) { return r.left >= r.right || r.top >= r.bottom; }
-
-bool Inside(const PF_LRect& r, const PF_LRect& bounds) {
-  return IsEmpty(r) || (r.left >= bounds.left && r.right <= bounds.right && r.top >= bounds.top &&
-                        r.bottom <= bounds.bottom);
-}
 
 std::string Text(const PF_LRect& r) {
   return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " +

@@ -2,15 +2,10 @@
 #include <algorithm>
 
 #include "command.h"
+#include "rects.h"
 
 namespace hosting {
 namespace {
-
-PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
-  const PF_LRect r{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-                   std::min(a.bottom, b.bottom)};
-  return r.left < r.right && r.top < r.bottom ? r : PF_LRect{};
-}
 
 PF_Err CheckoutLayer(PF_ProgPtr effect_ref, A_long index, A_long checkout_id,
                      const PF_RenderRequest* req, A_long what_time, A_long time_step,
@@ -60,7 +55,7 @@ PF_Err CheckoutLayerPixels(PF_ProgPtr effect_ref, A_long checkout_id, PF_EffectW
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   *pixels = nullptr;
-  if (at->rect.left >= at->rect.right) return PF_Err_NONE;
+  if (IsEmpty(at->rect)) return PF_Err_NONE;
   World& input = *command->input;
   command->Lend(input);
   PF_EffectWorld& view = at->view;

@@ -94,24 +94,6 @@ PF_Err UpdateParamUI(PF_ProgPtr effect_ref, A_long index, const PF_ParamDef* def
   return PF_Err_NONE;
 }
 
-template <class Pixel>
-struct SampleCall;
-template <>
-struct SampleCall<PF_Pixel> {
-  static constexpr CallKind kKind = CallKind::kAreaSample8;
-  static constexpr Depth kDepth = Depth::k8;
-};
-template <>
-struct SampleCall<PF_Pixel16> {
-  static constexpr CallKind kKind = CallKind::kAreaSample16;
-  static constexpr Depth kDepth = Depth::k16;
-};
-template <>
-struct SampleCall<PF_PixelFloat> {
-  static constexpr CallKind kKind = CallKind::kAreaSampleFloat;
-  static constexpr Depth kDepth = Depth::k32;
-};
-
 bool SameWorld(const PF_EffectWorld& a, const PF_EffectWorld& b) {
   return a.data == b.data && a.rowbytes == b.rowbytes && a.width == b.width && a.height == b.height;
 }
@@ -119,18 +101,17 @@ bool SameWorld(const PF_EffectWorld& a, const PF_EffectWorld& b) {
 template <class Pixel>
 PF_Err AreaSample(PF_ProgPtr effect_ref, PF_Fixed x, PF_Fixed y, const PF_SampPB* params,
                   Pixel* dst) {
-  constexpr Depth kDepth = SampleCall<Pixel>::kDepth;
   const Command* const command = Command::Of(effect_ref);
   if (command == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
   const SampleBox box{x, y, params->x_radius, params->y_radius};
   const AreaSampler* const sampler = command->sampler;
-  if (sampler != nullptr && sampler->depth() == kDepth &&
+  if (sampler != nullptr && sampler->depth() == kDepthOf<Pixel> &&
       SameWorld(sampler->source(), *params->src)) {
     sampler->Sample(box, dst);
     return PF_Err_NONE;
   }
   const World* const ours = command->Find(params->src);
-  if (ours == nullptr || ours->depth() != kDepth) return PF_Err_BAD_CALLBACK_PARAM;
+  if (ours == nullptr || ours->depth() != kDepthOf<Pixel>) return PF_Err_BAD_CALLBACK_PARAM;
   PlainAreaSample(*params->src, box, dst);
   return PF_Err_NONE;
 }
@@ -140,10 +121,12 @@ PF_Err ToldAreaSample(PF_ProgPtr effect_ref, PF_Fixed x, PF_Fixed y, const PF_Sa
                       Pixel* dst) {
   Command* const command = Command::Of(effect_ref);
   if (command == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
-  const PF_Err err = command->ArriveFromAnyThread(
-      SampleCall<Pixel>::kKind,
-      {Arg("x", x / 65536.0), Arg("y", y / 65536.0), Arg("x_radius", params->x_radius / 65536.0),
-       Arg("y_radius", params->y_radius / 65536.0)});
+  constexpr CallKind kKind =
+      ByDepth<Pixel>(CallKind::kAreaSample8, CallKind::kAreaSample16, CallKind::kAreaSampleFloat);
+  const PF_Err err =
+      command->ArriveFromAnyThread(kKind, {Arg("x", x / 65536.0), Arg("y", y / 65536.0),
+                                           Arg("x_radius", params->x_radius / 65536.0),
+                                           Arg("y_radius", params->y_radius / 65536.0)});
   return err != 0 ? err : AreaSample(effect_ref, x, y, params, dst);
 }
 

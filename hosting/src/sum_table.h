@@ -22,9 +22,8 @@ class SumTable {
   SumTable(const PF_EffectWorld& source, const std::shared_ptr<MemoryPool>& pool);
 
   /// Bytes that the table of a source takes.
-  static std::size_t Size(const PF_EffectWorld& source) {
-    return (Count(source.width, 1) + 1) * (Count(source.height, 1) + Bands(source)) *
-           sizeof(Totals<Entry>);
+  static std::size_t Size(A_long width, A_long height) {
+    return (Count(width, 1) + 1) * (Count(height, 1) + Bands(height)) * sizeof(Totals<Entry>);
   }
 
   /// The mean over a box that is not empty. From any thread. False, at float, where too many digits
@@ -51,7 +50,7 @@ class SumTable {
     return static_cast<std::size_t>((pixels + step - 1) / step);
   }
   static std::int64_t BandOf(std::int64_t y) { return y / kOne / kBandRows; }
-  static std::size_t Bands(const PF_EffectWorld& source) { return Count(source.height, kBandRows); }
+  static std::size_t Bands(A_long height) { return Count(height, kBandRows); }
 
   Totals<Entry>* Entries(std::size_t band) const {
     return reinterpret_cast<Totals<Entry>*>(memory_.get()) +
@@ -81,8 +80,8 @@ template <class Pixel>
 SumTable<Pixel>::SumTable(const PF_EffectWorld& source, const std::shared_ptr<MemoryPool>& pool)
     : source_(source),
       stride_(Count(source.width, 1) + 1),
-      memory_(MemoryPool::Take(pool, Size(source))),
-      states_(Bands(source)) {}
+      memory_(MemoryPool::Take(pool, Size(source.width, source.height))),
+      states_(Bands(source.height)) {}
 
 template <class Pixel>
 void SumTable<Pixel>::WaitFor(std::size_t band) const {
@@ -112,7 +111,7 @@ void SumTable<Pixel>::Make(std::size_t band) const {
   std::fill_n(above, stride_, Totals<Entry>{});
   Totals<double> magnitudes{};
   for (std::int64_t y = first; y < end; ++y) {
-    const Pixel* row = Row<Pixel>(source_, y);
+    const Pixel* row = RowOf<const Pixel>(source_, y);
     Totals<Entry>* const here = above + stride_;
     here[0] = {};
     Totals<Entry> row_totals{};

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "command.h"
+#include "rects.h"
 
 namespace hosting {
 namespace {
@@ -12,14 +13,7 @@ constexpr std::size_t kWorthSharing = 1 << 20;  // bytes that take longer than t
 PF_LRect Clipped(const PF_Rect* rect, const PF_EffectWorld& world) {
   const PF_LRect all{0, 0, world.width, world.height};
   if (rect == nullptr) return all;
-  return {std::max(rect->left, all.left), std::max(rect->top, all.top),
-          std::min(rect->right, all.right), std::min(rect->bottom, all.bottom)};
-}
-
-template <class Pixel>
-Pixel* Row(const PF_EffectWorld& world, A_long y) {
-  return reinterpret_cast<Pixel*>(reinterpret_cast<char*>(world.data) +
-                                  static_cast<std::ptrdiff_t>(world.rowbytes) * y);
+  return Intersection({rect->left, rect->top, rect->right, rect->bottom}, all);
 }
 
 PF_Err Fill(PF_ProgPtr effect_ref, const PF_Pixel* color, const PF_Rect* rect,
@@ -39,16 +33,16 @@ PF_Err Fill(PF_ProgPtr effect_ref, const PF_Pixel* color, const PF_Rect* rect,
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   if (color != nullptr && ours->depth() != Depth::k8) return PF_Err_BAD_CALLBACK_PARAM;
-  if (area.left >= area.right || area.top >= area.bottom) return PF_Err_NONE;
+  if (IsEmpty(area)) return PF_Err_NONE;
   const std::size_t size = PixelSize(ours->depth());
   const auto columns = static_cast<std::size_t>(area.right - area.left);
   const auto rows = static_cast<std::size_t>(area.bottom - area.top);
   const auto fill_row = [&](int y) -> PF_Err {
     if (color == nullptr) {
-      std::memset(Row<char>(*world, y) + static_cast<std::size_t>(area.left) * size, 0,
+      std::memset(RowOf<char>(*world, y) + static_cast<std::size_t>(area.left) * size, 0,
                   columns * size);
     } else {
-      std::fill_n(Row<PF_Pixel>(*world, y) + area.left, columns, *color);
+      std::fill_n(RowOf<PF_Pixel>(*world, y) + area.left, columns, *color);
     }
     return PF_Err_NONE;
   };
@@ -60,47 +54,30 @@ PF_Err Fill(PF_ProgPtr effect_ref, const PF_Pixel* color, const PF_Rect* rect,
 }
 
 template <class Pixel>
-struct IterateCall;
-template <>
-struct IterateCall<PF_Pixel> {
-  static constexpr CallKind kKind = CallKind::kIterate;
-  static constexpr Depth kDepth = Depth::k8;
-};
-template <>
-struct IterateCall<PF_Pixel16> {
-  static constexpr CallKind kKind = CallKind::kIterate16;
-  static constexpr Depth kDepth = Depth::k16;
-};
-template <>
-struct IterateCall<PF_PixelFloat> {
-  static constexpr CallKind kKind = CallKind::kIterateFloat;
-  static constexpr Depth kDepth = Depth::k32;
-};
-
-template <class Pixel>
 PF_Err Iterate(PF_InData* in_data, A_long progress_base, A_long progress_final, PF_EffectWorld* src,
                const PF_Rect* area, void* refcon, PF_IteratePixelFunc<Pixel> pix_fn,
                PF_EffectWorld* dst) {
-  using Kind = IterateCall<Pixel>;
+  constexpr CallKind kKind =
+      ByDepth<Pixel>(CallKind::kIterate, CallKind::kIterate16, CallKind::kIterateFloat);
   Command* const command = in_data == nullptr ? nullptr : Command::Of(in_data->effect_ref);
   if (command == nullptr || dst == nullptr || pix_fn == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
   const PF_LRect rect = Clipped(area, *dst);
   const PF_Err err =
-      command->Arrive(Kind::kKind, {Arg("base", progress_base), Arg("final", progress_final),
-                                    Arg("src", src == nullptr ? "none" : "world"),
-                                    Arg("area", area == nullptr ? "all" : "rect"),
-                                    Arg("width", dst->width), Arg("height", dst->height)});
+      command->Arrive(kKind, {Arg("base", progress_base), Arg("final", progress_final),
+                              Arg("src", src == nullptr ? "none" : "world"),
+                              Arg("area", area == nullptr ? "all" : "rect"),
+                              Arg("width", dst->width), Arg("height", dst->height)});
   if (err != 0) return err;
   const World* const ours = command->Find(dst);
   const bool fits = src == nullptr || (src->width >= rect.right && src->height >= rect.bottom);
-  if (ours == nullptr || ours->depth() != Kind::kDepth || !fits || command->workers == nullptr) {
+  if (ours == nullptr || ours->depth() != kDepthOf<Pixel> || !fits || command->workers == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
-  if (rect.left >= rect.right || rect.top >= rect.bottom) return PF_Err_NONE;
+  if (IsEmpty(rect)) return PF_Err_NONE;
 
   const auto row = [&](int y) -> PF_Err {
-    Pixel* out = Row<Pixel>(*dst, y);
-    Pixel* in = src == nullptr ? nullptr : Row<Pixel>(*src, y);
+    Pixel* out = RowOf<Pixel>(*dst, y);
+    Pixel* in = src == nullptr ? nullptr : RowOf<Pixel>(*src, y);
     for (A_long x = rect.left; x < rect.right; ++x) {
       const PF_Err pixel_err = pix_fn(refcon, x, y, in == nullptr ? nullptr : in + x, out + x);
       if (pixel_err != 0) return pixel_err;

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "hosting/errors.h"
+#include "rects.h"
 
 namespace hosting {
 namespace {
@@ -129,17 +130,15 @@ std::string World::GuardDamage() const {
 
 void CopyOverlap(const World& from, World& to) {
   if (from.depth() != to.depth()) throw Error("worlds of different depths cannot be copied");
-  const PF_LRect a = from.rect();
-  const PF_LRect b = to.rect();
-  const int left = std::max(a.left, b.left);
-  const int right = std::min(a.right, b.right);
-  if (left >= right) return;
+  const PF_LRect shared = Intersection(from.rect(), to.rect());
   const std::size_t size = PixelSize(from.depth());
-  const auto bytes = [&](const World& world, const PF_LRect& rect, int y) {
-    return world.RowBytes(y - rect.top) + static_cast<std::size_t>(left - rect.left) * size;
+  const auto bytes = [&](const World& world, int y) {
+    return world.RowBytes(y - world.rect().top) +
+           static_cast<std::size_t>(shared.left - world.rect().left) * size;
   };
-  for (int y = std::max(a.top, b.top); y < std::min(a.bottom, b.bottom); ++y) {
-    std::memcpy(bytes(to, b, y), bytes(from, a, y), static_cast<std::size_t>(right - left) * size);
+  for (int y = shared.top; y < shared.bottom; ++y) {
+    std::memcpy(bytes(to, y), bytes(from, y),
+                static_cast<std::size_t>(shared.right - shared.left) * size);
   }
 }
 

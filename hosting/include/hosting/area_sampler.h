@@ -29,8 +29,8 @@ template <class Pixel>
 void PlainAreaSample(const PF_EffectWorld& source, const SampleBox& box, Pixel* out);
 
 /// A source together with its sums, which make a sample cost the same for any box. The sums are
-/// made where the first boxes fall that are wider than a few pixels, in at most 40 bytes a pixel,
-/// by the threads that ask for them. At 8 and 16 bits samples equal the plain ones; at float they
+/// made where the first boxes fall that are wider than a few pixels, by the threads that ask for
+/// them. At 8 and 16 bits samples equal the plain ones; at float they
 /// differ by less than 1e-6 of the brightest thing around. Float sources that would be less exact,
 /// having pixels that are infinite, no numbers or immensely bright, are added up plainly.
 class AreaSampler {
@@ -39,6 +39,8 @@ class AreaSampler {
   AreaSampler(const PF_EffectWorld& source, Depth depth,
               std::shared_ptr<MemoryPool> pool = nullptr);
   ~AreaSampler();
+  /// Memory that the sums of a source of this size take; 0 for narrow ones, which have none.
+  static std::size_t TableBytes(int width, int height, Depth depth);
 
   const PF_EffectWorld& source() const { return source_; }
   Depth depth() const { return depth_; }

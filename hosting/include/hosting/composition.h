@@ -17,8 +17,8 @@ struct Span {
 };
 
 struct Layer {
-  enum class Kind { kEffect, kPicture, kLight };
-  Kind kind = Kind::kPicture;
+  enum class Kind { kEffect, kLight };
+  Kind kind = Kind::kLight;
   std::string name;
   bool enabled = true;
   Span span;

@@ -36,7 +36,12 @@ struct LightProperties {
 /// The one place that knows them.
 inline constexpr LightProperties kLightProperties;
 
-enum class LightKind { kParallel, kSpot, kPoint, kAmbient };
+enum class LightKind {
+  kParallel = AEGP_LightType_PARALLEL,
+  kSpot = AEGP_LightType_SPOT,
+  kPoint = AEGP_LightType_POINT,
+  kAmbient = AEGP_LightType_AMBIENT,
+};
 
 /// Shines along its own z axis. All tracks are in composition time.
 struct Light {

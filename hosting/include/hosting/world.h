@@ -20,6 +20,14 @@ enum class Depth { k8 = 8, k16 = 16, k32 = 32 };
 Depth DepthOf(int bits);
 std::size_t PixelSize(Depth depth);
 PF_PixelFormat FormatOf(Depth depth);
+template <class Pixel>
+inline constexpr Depth kDepthOf = static_cast<Depth>(8 * sizeof(Pixel::red));
+
+/// Row y of an image whose pixels are of that type.
+template <class Pixel>
+Pixel* RowOf(const PF_EffectWorld& world, std::ptrdiff_t y) {
+  return reinterpret_cast<Pixel*>(reinterpret_cast<std::byte*>(world.data) + y * world.rowbytes);
+}
 
 /// How rows lie in memory. The default suits vector loads; the others are for finding effects that
 /// take more for granted than the interface promises.
@@ -53,16 +61,13 @@ class World {
   /// Row y as pixels; Pixel must be the one of depth().
   template <class Pixel>
   Pixel* Row(int y) {
-    return reinterpret_cast<Pixel*>(RowBytes(y));
+    return RowOf<Pixel>(record_, y);
   }
   template <class Pixel>
   const Pixel* Row(int y) const {
-    return reinterpret_cast<const Pixel*>(RowBytes(y));
+    return RowOf<const Pixel>(record_, y);
   }
-  std::byte* RowBytes(int y) const {
-    return reinterpret_cast<std::byte*>(record_.data) +
-           static_cast<std::ptrdiff_t>(record_.rowbytes) * y;
-  }
+  std::byte* RowBytes(int y) const { return RowOf<std::byte>(record_, y); }
 
   /// Whether the record's pixels are some of this world's.
   bool Holds(const PF_EffectWorld& record) const;
