@@ -86,13 +86,21 @@ TEST(Render, GivesTheSameBytesHoweverItIsRun) {
   }
 }
 
-/// A point light and an ambient one, as the effect's own are.
+/// A point light and an ambient one, as the effect's own are, with the keys of its controls.
 void LightByComposition(Scene& scene, const Vec3& position) {
   scene.controls.Set("Using", Track<int>(2));
+  const double start = scene.time.Seconds(scene.layer_start);
   for (const LightKind kind : {LightKind::kPoint, LightKind::kAmbient}) {
-    Layer layer{Layer::Kind::kLight, "Light", true, {}, {}};
+    Layer layer{Layer::Kind::kLight, "Light", true, {start + 25.0 / 30, start + 25.9 / 30}, {}};
     layer.light.kind = kind;
     layer.light.position = position;
+    if (kind == LightKind::kPoint) {
+      layer.light.intensity =
+          Track<double>({{.seconds = start, .value = 50}, {.seconds = start + 1, .value = 200}});
+      layer.light.color = Color{1, 0.5, 0.25};
+    }
+    scene.composition.AddLight(layer);
+    layer.span.out = layer.span.in;  // never there
     scene.composition.AddLight(layer);
   }
 }
@@ -149,6 +157,8 @@ TEST(PixelAspect, MeansTheSameForLightsOfTheCompositionAndOfTheEffect) {
     const auto render = [&](const std::function<void(Scene&)>& light) {
       const Frame frame = RenderFrame([&](Scene& s, RenderOptions& o) {
         s.pixel_aspect = c.aspect;
+        s.layer_start = s.time.FrameTime(12);
+        o.depth = Depth::k32;  // its colours are not rounded
         o.downsample_x = c.downsample_x;
         o.downsample_y = c.downsample_y;
         light(s);
@@ -158,6 +168,9 @@ TEST(PixelAspect, MeansTheSameForLightsOfTheCompositionAndOfTheEffect) {
     const auto own = render([&](Scene& s) {
       s.controls.Set("Light Type", Track<int>(2));
       s.controls.Set("Light Position", Track(Point{c.x, 20}));
+      s.controls.Set("Light Color", Track(Color{1, 0.5, 0.25}));
+      s.controls.Set("Light Intensity",
+                     Track<double>({{.seconds = 0, .value = 50}, {.seconds = 1, .value = 200}}));
       s.controls.Set("Light Height", Track(50.0));  // percent of the mean of the layer's sides
     });
     const double height = 0.5 * (kWidth * c.aspect.value() + kHeight) / 2;

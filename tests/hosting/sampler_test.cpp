@@ -5,7 +5,8 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <string>
+
+#include "refusal.h"
 
 namespace hosting {
 namespace {
@@ -17,29 +18,29 @@ constexpr PF_Fixed kMin = std::numeric_limits<PF_Fixed>::min();
 template <class Pixel>
 constexpr bool kReal = std::is_same_v<Pixel, PF_PixelFloat>;
 template <class Pixel>
-constexpr auto kDepth = static_cast<Depth>(8 * sizeof(Pixel::red));
-template <class Pixel>
 constexpr double kWhite = kReal<Pixel>              ? 1
                           : sizeof(Pixel::red) == 1 ? 255
                                                     : 32768;
 
+template <class Pixel>
+Pixel White() {
+  constexpr auto kFull = static_cast<decltype(Pixel::red)>(kWhite<Pixel>);
+  return {kFull, kFull, kFull, kFull};
+}
+
 /// Noise with holes of no alpha and stretches of white.
 template <class Pixel>
 World Noise(int width, int height, const WorldLayout& layout = {}) {
-  using Channel = decltype(Pixel::red);
-  World world(width, height, kDepth<Pixel>, layout);
+  World world(width, height, kDepthOf<Pixel>, layout);
   std::mt19937 random(3);
   std::uniform_real_distribution<double> unit(0, kWhite<Pixel>);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const auto channel = [&] { return static_cast<Channel>(unit(random)); };
-      const int tile = (x / 9 + y / 7) % 5;
-      constexpr auto kFull = static_cast<Channel>(kWhite<Pixel>);
-      Pixel& p = world.Row<Pixel>(y)[x];
-      p = {channel(), channel(), channel(), channel()};
-      if (tile == 0) p.alpha = 0;
-      if (tile == 1) p = {kFull, kFull, kFull, kFull};
-    }
+  const auto channel = [&] { return static_cast<decltype(Pixel::red)>(unit(random)); };
+  for (int i = 0; i < width * height; ++i) {
+    const int tile = (i % width / 9 + i / width / 7) % 5;
+    Pixel& p = world.Row<Pixel>(i / width)[i % width];
+    p = {channel(), channel(), channel(), channel()};
+    if (tile == 0) p.alpha = 0;
+    if (tile == 1) p = White<Pixel>();
   }
   return world;
 }
@@ -94,14 +95,10 @@ void ExpectSamples(const World& world, const std::vector<SampleBox>& boxes) {
     PlainAreaSample(world.record(), box, &plain);
     sampler.Sample(box, &table);
     for (const Pixel& got : {plain, table}) {
-      const double limit = kReal<Pixel> ? 1e-6 : 0;
-      const bool near = std::abs(got.alpha - expected.alpha) <= limit &&
-                        std::abs(got.red - expected.red) <= limit &&
-                        std::abs(got.green - expected.green) <= limit &&
-                        std::abs(got.blue - expected.blue) <= limit;
-      ASSERT_TRUE(near) << "box " << box.x << ", " << box.y << " +- " << box.x_radius << ", "
-                        << box.y_radius << ": " << +got.alpha << " " << +got.red << ", expected "
-                        << +expected.alpha << " " << +expected.red;
+      for (auto c : {&Pixel::alpha, &Pixel::red, &Pixel::green, &Pixel::blue}) {
+        ASSERT_NEAR(got.*c, expected.*c, kReal<Pixel> ? 1e-6 : 0)
+            << "box " << Text(box.x, box.y, box.x_radius, box.y_radius);
+      }
     }
   }
 }
@@ -129,38 +126,26 @@ using Pixels = testing::Types<PF_Pixel, PF_Pixel16, PF_PixelFloat>;
 TYPED_TEST_SUITE(Sampler, Pixels);
 
 TYPED_TEST(Sampler, GivesTheMeanOverTheBox) {
-  const WorldLayout upward{8, true, true};
-  ExpectSamples<TypeParam>(Noise<TypeParam>(97, 61), RandomBoxes(1000, 97, 61));
-  ExpectSamples<TypeParam>(Noise<TypeParam>(97, 61, upward), RandomBoxes(1000, 97, 61));
+  constexpr PF_Fixed kHalf = kPixel / 2;
+  std::vector<SampleBox> boxes = RandomBoxes(800, 97, 61);
+  boxes.insert(boxes.end(), {{48 * kPixel, 24 * kPixel, kMax, kMax},  // everything, and far more
+                             {kMin, kMin, kMax, kMax},
+                             {kMin, kMin, 0, 0},
+                             {kMax, 0, 5 * kPixel, 5 * kPixel},
+                             {48 * kPixel, 30 * kPixel, 48 * kPixel + kHalf, 30 * kPixel + kHalf},
+                             {11 * kPixel, 10 * kPixel, 0, 30 * kPixel},
+                             {-kHalf, -kHalf, 1, 1},
+                             {96 * kPixel + kHalf - 1, 60 * kPixel + kHalf - 1, 0, 0},
+                             {96 * kPixel + kHalf, 60 * kPixel, 0, 0}});  // just outside
+  ExpectSamples<TypeParam>(Noise<TypeParam>(97, 61), boxes);
+  ExpectSamples<TypeParam>(Noise<TypeParam>(97, 61, {8, true, true}), boxes);
   // Cut into three bands of rows, and too narrow for a table.
   ExpectSamples<TypeParam>(Noise<TypeParam>(33, 1100), RandomBoxes(300, 33, 1100));
   ExpectSamples<TypeParam>(Noise<TypeParam>(1, 50), RandomBoxes(100, 1, 50));
-  constexpr PF_Fixed kHalf = kPixel / 2;
-  ExpectSamples<TypeParam>(
-      Noise<TypeParam>(64, 48),
-      {{32 * kPixel, 24 * kPixel, kMax, kMax},  // everything, and far more
-       {kMax, kMax, kMax, kMax},
-       {kMin, kMin, kMax, kMax},
-       {kMin, kMin, 0, 0},
-       {kMax, 0, 5 * kPixel, 5 * kPixel},
-       {32 * kPixel - kHalf, 24 * kPixel - kHalf, 32 * kPixel, 24 * kPixel},  // exactly all
-       {11 * kPixel, 10 * kPixel, 0, 0},
-       {11 * kPixel, 10 * kPixel, 0, 30 * kPixel},
-       {-kHalf, -kHalf, 1, 1},
-       {63 * kPixel + kHalf - 1, 47 * kPixel + kHalf - 1, 0, 0},
-       {63 * kPixel + kHalf, 47 * kPixel, 0, 0}});  // just outside
-}
-
-TYPED_TEST(Sampler, HoldsTheLargestSums) {
-  // Nearly white, more pixels than 64 bits of weighted alpha x colour can hold.
-  World world(2000, 1500, kDepth<TypeParam>);
-  constexpr auto kFull = static_cast<decltype(TypeParam::red)>(kWhite<TypeParam>);
-  constexpr auto kLess = static_cast<decltype(TypeParam::red)>(kReal<TypeParam> ? 0.5 : kFull - 1);
-  for (int y = 0; y < 1500; ++y) {
-    std::fill_n(world.Row<TypeParam>(y), 2000, TypeParam{kFull, kFull, kLess, kLess});
-  }
-  ExpectSamples<TypeParam>(world,
-                           {{1000 * kPixel, 750 * kPixel, 900 * kPixel + 77, 600 * kPixel + 99}});
+  // White, of more pixels than 64 bits of weighted alpha x colour can hold.
+  World white(2000, 1500, kDepthOf<TypeParam>);
+  for (int y = 0; y < 1500; ++y) std::fill_n(white.Row<TypeParam>(y), 2000, White<TypeParam>());
+  ExpectSamples<TypeParam>(white, {{1000 * kPixel, 750 * kPixel, 900 * kPixel + 77, 600 * kPixel}});
 }
 
 TEST(Sampler, KeepsFloatAccurateBesideBrightAndBrokenPixels) {
@@ -171,11 +156,9 @@ TEST(Sampler, KeepsFloatAccurateBesideBrightAndBrokenPixels) {
     for (int y = 20; y < 30; ++y) {  // a hole, beside sums that do not round well
       for (int x = 60; x < 90; ++x) world.Row<PF_PixelFloat>(y)[x].alpha = 0;
     }
-    const PF_Fixed x = 70 * kPixel + 11;
-    const PF_Fixed y = 50 * kPixel + 7;
-    ExpectSamples<PF_PixelFloat>(world, {{x, y, 3 * kPixel, 3 * kPixel},
-                                         {x, y, 9 * kPixel + 1234, 9 * kPixel},
-                                         {x, y, 20 * kPixel, 20 * kPixel},
+    ExpectSamples<PF_PixelFloat>(world, {{70 * kPixel, 50 * kPixel + 7, 3 * kPixel, 3 * kPixel},
+                                         {70 * kPixel, 50 * kPixel + 7, 9 * kPixel + 9, 9 * kPixel},
+                                         {70 * kPixel, 50 * kPixel + 7, 20 * kPixel, 20 * kPixel},
                                          {75 * kPixel, 25 * kPixel, 14 * kPixel, 4 * kPixel}});
   }
 }
