@@ -1,5 +1,6 @@
-// Loads the effect, draws a stroke across a white layer and writes one frame as a PAM picture.
+// Loads the effect, draws a stroke across a layer of colours and writes one frame as a PAM picture.
 
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -7,24 +8,39 @@
 
 using namespace hosting;
 
+constexpr int kWidth = 320;
+constexpr int kHeight = 180;
+
+/// Red rises to the right, green downwards.
+std::vector<std::uint8_t> Colours() {
+  std::vector<std::uint8_t> channels;
+  for (int i = 0; i < kWidth * kHeight; ++i) {
+    const auto red = static_cast<std::uint8_t>(i % kWidth * 255 / kWidth);
+    const auto green = static_cast<std::uint8_t>(i / kWidth * 255 / kHeight);
+    channels.insert(channels.end(), {red, green, 128, 255});
+  }
+  return channels;
+}
+
 int main() {
   const Effect effect{std::filesystem::path(EFFECT)};
+
   Setup setup;
-  setup.width = 320;
-  setup.height = 180;
-  setup.picture = Still(Picture(320, 180, std::vector<std::uint8_t>(320 * 180 * 4, 255)));
-  setup.controls = ControlTracks(effect.controls(), setup.width, setup.height);
-  using Keys = std::vector<Key<Point>>;
-  setup.controls.Set("Brush Position", Track<Point>(Keys{{.seconds = 0, .value = {40, 120}},
-                                                         {.seconds = 1, .value = {280, 60}}}));
+  setup.width = kWidth;
+  setup.height = kHeight;
+  setup.picture = Still(Picture(kWidth, kHeight, Colours()));
+  setup.controls = ControlTracks(effect.controls(), kWidth, kHeight);
+  setup.controls.Set("Brush Position", Track<Point>({{.seconds = 0, .value = {40, 120}},
+                                                     {.seconds = 1, .value = {280, 60}}}));
+  setup.controls.Set("Stroke Width", Track<double>(25));
+
   Renderer renderer(effect, setup, {});
   const Frame frame = renderer.Render(setup.time.FrameTime(30));
 
-  std::printf("P7\nWIDTH 320\nHEIGHT 180\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n");
-  for (int y = 0; y < frame.picture.height(); ++y) {
-    for (int x = 0; x < frame.picture.width(); ++x) {
-      const PF_Pixel& p = frame.picture.Row<PF_Pixel>(y)[x];
-      for (const A_u_char channel : {p.red, p.green, p.blue, p.alpha}) std::putchar(channel);
-    }
-  }
+  // Red, green, blue, alpha of every pixel, as files hold them.
+  const Picture picture(frame.picture, Depth::k8);
+  const auto& channels = std::get<std::vector<std::uint8_t>>(picture.pixels());
+  std::printf("P7\nWIDTH %d\nHEIGHT %d\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n", kWidth,
+              kHeight);
+  std::fwrite(channels.data(), 1, channels.size(), stdout);
 }
