@@ -30,23 +30,18 @@ TEST(Light, ShinesAlongItsOwnZAxis) {
     double pixel_aspect = 1;
   } cases[] = {
       {"at rest", Lit({100, 200, -300}), {x, y, z, {100, 200, -300}}},
-      {"straight ahead", Lit({5, 6, -7}, Vec3{5, 6, 20}), {x, y, z, {5, 6, -7}}},
       {"to the right", Lit(o, Vec3{10, 0, 0}), {{0, 0, -1}, y, x, o}},
-      {"toward the viewer", Lit(o, Vec3{0, 0, -2}), {{-1, 0, 0}, y, {0, 0, -1}, o}},
-      {"straight down", Lit(o, Vec3{0, 8, 0}), {x, {0, 0, -1}, y, o}},
       {"straight up", Lit(o, Vec3{0, -8, 0}), {x, z, {0, -1, 0}, o}},
       {"down and away", Lit(o, Vec3{0, 3, 3}), {x, {0, r, -r}, {0, r, r}, o}},
       {"target on the light", Lit({1, 2, 3}, Vec3{1, 2, 3}), {x, y, z, {1, 2, 3}}},
       {"about x: y to z", Turned({90, 0, 0}), {x, z, {0, -1, 0}, o}},
       {"about y: z to x", Turned({0, 90, 0}), {{0, 0, -1}, y, x, o}},
       {"about z: x to y", Turned({0, 0, 90}), {y, {-1, 0, 0}, z, o}},
-      {"about z, then y", Turned({0, 90, 90}), {y, z, x, o}},
       {"about z, y, then x", Turned({90, 90, 90}), {z, {0, -1, 0}, x, o}},
       {"turned about its way", Lit(o, Vec3{10, 0, 0}, {0, 0, 90}), {y, {0, 0, 1}, x, o}},
       // Pixels twice as wide as high: 5 of them are as far as 10 rows.
       {"wide, at rest", Lit({480, 7, -9}), {{0.5, 0, 0}, y, z, {480, 7, -9}}, 2},
       {"wide, aslant", Lit(o, Vec3{5, 0, 10}), {{r / 2, 0, -r}, y, {r / 2, 0, r}, o}, 2},
-      {"wide, turned", Turned({0, 0, 90}), {y, {-0.5, 0, 0}, z, o}, 2},
       {"narrow, to the right", Lit(o, Vec3{9, 0, 0}), {{0, 0, -1}, y, {2, 0, 0}, o}, 0.5},
   };
   for (const auto& c : cases) {
