@@ -111,5 +111,47 @@ TEST(Host, LendsAtEveryDepthWithAnyNumberOfThreads) {
   }
 }
 
+TEST(Host, TellsOfTheLayerAndItsLights) {
+  const auto ask = [](const Commanded& c) -> PF_Err {
+    const PF_InData& in = *c.in;
+    EXPECT_EQ(Text(in.width, in.height, in.downsample_x.den, in.downsample_y.den,
+                   in.pixel_aspect_ratio.num, in.time_step, in.local_time_step, in.time_scale,
+                   in.quality, in.shutter_angle, c.output->width, c.output->height),
+              Text(20, 10, 2, 3, 2, 1024, 1280, 30720, PF_Quality_LO, 90 << 16, 10, 4));
+    const auto& layers = c.Borrow<AEGP_LayerSuite5>(kAEGPLayerSuite, 5);
+    const auto& streams = c.Borrow<AEGP_StreamSuite4>(kAEGPStreamSuite, 4);
+    AEGP_LayerH own = nullptr;
+    AEGP_CompH comp = nullptr;
+    AEGP_LayerH spot = nullptr;
+    c.Borrow<AEGP_PFInterfaceSuite1>(kAEGPPFInterfaceSuite, 1).AEGP_GetEffectLayer(c.ref(), &own);
+    layers.AEGP_GetLayerParentComp(own, &comp);
+    EXPECT_NE(layers.AEGP_GetCompLayerByIndex(comp, 2, &spot), 0);
+    EXPECT_EQ(layers.AEGP_GetCompLayerByIndex(comp, 0, &spot), 0);
+    const std::pair<AEGP_LayerStream, double> values[]{
+        {AEGP_LayerStream_CONE_ANGLE, 45}, {AEGP_LayerStream_CONE_FEATHER, 20}, {3, -1}};
+    for (const auto& [stream, expected] : values) {
+      const A_Time layer_time{15360, 30720};  // of a layer that starts at half a second
+      AEGP_StreamVal value{};
+      const PF_Err err = streams.AEGP_GetLayerStreamValue(spot, stream, AEGP_LTimeMode_LayerTime,
+                                                          &layer_time, 0, &value, nullptr);
+      EXPECT_EQ(err != 0 ? -1 : value.one_d, expected);
+    }
+    return 0;
+  };
+  Provoke(ask, [](Scene& s, RenderOptions& o) {
+    s.time = TimeBase(Rational(30, 1), Rational(24, 1));
+    s.layer_start = 15360;
+    s.pixel_aspect = Rational(2, 1);
+    o.downsample_x = Rational(1, 2);
+    o.downsample_y = Rational(1, 3);
+    o.high_quality = false;
+    o.shutter_angle = 90;
+    Layer spot{Layer::Kind::kLight, "Spot", true, {}, {}};
+    spot.light.cone_angle = Track<double>({{.seconds = 0}, {.seconds = 2, .value = 90}});
+    spot.light.cone_feather = 20.0;
+    s.composition.AddLight(spot);
+  });
+}
+
 }  // namespace
 }  // namespace hosting
