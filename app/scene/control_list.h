@@ -7,6 +7,7 @@
 
 #include "hosting/controls.h"
 #include "hosting/effect.h"
+#include "scene_format.h"
 
 namespace app {
 
@@ -18,10 +19,9 @@ std::string ControlsAsText(const std::vector<hosting::ControlInfo>& controls,
 Json::Value ControlsAsJson(const std::vector<hosting::ControlInfo>& controls,
                            const hosting::Panel& panel);
 
-/// The name of a type, as "slider".
-const char* TypeName(hosting::ControlType type);
-
-/// A control's default as scenes write it; points in percent of the layer's size.
-Json::Value DefaultAsJson(const hosting::ControlInfo& control);
+/// What an effect's control may be, as the effect set it up itself.
+KeyFormat ControlFormat(const hosting::ControlInfo& control);
+/// All that have a value.
+ObjectFormat ControlsFormat(const std::vector<hosting::ControlInfo>& controls);
 
 }  // namespace app

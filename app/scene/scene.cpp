@@ -51,32 +51,6 @@ LayerSource ReadLayer(const Node& name, const std::filesystem::path& folder,
   }
 }
 
-void ApplyPreset(const std::filesystem::path& path, hosting::ControlTracks& controls) {
-  const JsonText json = JsonText::Read(path);
-  ReadControls(Node(json).Open(PresetFormat()).Need("controls"), controls);
-}
-
-/// "Name=value": the value is JSON, or a text that needs no quotes.
-void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) {
-  const std::size_t equals = setting.find('=');
-  if (equals == setting.npos) {
-    throw InputError(fmt::format("--set: expected \"Name=value\", found \"{}\"", setting));
-  }
-  const std::string name = Json::valueToQuotedString(setting.substr(0, equals).c_str());
-  const std::string value = setting.substr(equals + 1);
-  const auto parsed = [&](const std::string& written) {
-    return JsonText::Inline("--set", fmt::format("{{{}: {}}}", name, written));
-  };
-  const auto json = [&] {
-    try {
-      return parsed(value);
-    } catch (const InputError&) {
-      return parsed(Json::valueToQuotedString(value.c_str()));
-    }
-  }();
-  ReadControls(Node(json), controls);
-}
-
 }  // namespace
 
 Scene ReadScene(const std::filesystem::path& path, const hosting::Effect& effect,
@@ -104,8 +78,7 @@ Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
 
   setup.controls = hosting::ControlTracks(effect.controls(), setup.width, setup.height);
   if (const auto controls = root.Find("controls")) ReadControls(*controls, setup.controls);
-  if (!changes.preset.empty()) ApplyPreset(changes.preset, setup.controls);
-  for (const std::string& setting : changes.settings) ApplySetting(setting, setup.controls);
+  ApplyChanges(changes, setup.controls);
   root.Try([&] { setup.Check(); });
   return scene;
 }

@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
 #include "json_text.h"
+#include "scene_controls.h"
 
 namespace app {
 
@@ -31,12 +30,6 @@ struct Scene {
   int frames = 1;  // of its duration
   /// The file that holds the layer's picture for a frame of the layer.
   std::function<std::filesystem::path(std::int64_t layer_frame)> layer_file;
-};
-
-/// What is laid over a scene's own controls, in this order.
-struct SceneChanges {
-  std::filesystem::path preset;       // a file {"controls": {...}}; empty: none
-  std::vector<std::string> settings;  // as "Stroke Width=6" or "Paint Style=Wobbly"
 };
 
 /// Reads and checks a scene and opens its layer; paths are relative to the scene's file. Throws

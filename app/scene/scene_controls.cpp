@@ -3,7 +3,8 @@
 #include <fmt/format.h>
 
 #include "control_list.h"
-#include "scene_track.h"
+#include "errors.h"
+#include "scene_node.h"
 #include "suggest.h"
 
 namespace app {
@@ -11,9 +12,6 @@ namespace {
 
 using hosting::ControlInfo;
 using hosting::ControlType;
-
-// Numbers of controls are 16.16: their limits are cut off by up to this.
-constexpr double kFixedUlp = 1.0 / 65536;
 
 const ControlInfo& FindControl(const Node& node, const std::vector<ControlInfo>& controls) {
   std::vector<std::string> names;
@@ -46,51 +44,33 @@ hosting::ControlTrack ReadControl(const Node& node, ControlType type) {
   node.Fail("a group of controls has no value");
 }
 
+void ApplyPreset(const std::filesystem::path& path, hosting::ControlTracks& controls) {
+  const JsonText json = JsonText::Read(path);
+  ReadControls(Node(json).Open(PresetFormat()).Need("controls"), controls);
+}
+
+/// "Name=value": the value is JSON, or a text that needs no quotes.
+void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) {
+  const std::size_t equals = setting.find('=');
+  if (equals == setting.npos) {
+    throw InputError(fmt::format("--set: expected \"Name=value\", found \"{}\"", setting));
+  }
+  const std::string name = Json::valueToQuotedString(setting.substr(0, equals).c_str());
+  const std::string value = setting.substr(equals + 1);
+  const auto parsed = [&](const std::string& written) {
+    return JsonText::Inline("--set", fmt::format("{{{}: {}}}", name, written));
+  };
+  const auto json = [&] {
+    try {
+      return parsed(value);
+    } catch (const InputError&) {
+      return parsed(Json::valueToQuotedString(value.c_str()));
+    }
+  }();
+  ReadControls(Node(json), controls);
+}
+
 }  // namespace
-
-KeyFormat ControlFormat(const ControlInfo& control) {
-  KeyFormat format{.name = control.name, .animated = control.can_vary};
-  constexpr hosting::Range kFixed{-hosting::kFixedLimit, hosting::kFixedLimit};
-  // A point's default depends on the layer's size.
-  if (control.type != ControlType::kPoint) format.initial = DefaultAsJson(control);
-  switch (control.type) {
-    case ControlType::kSlider:
-      format.type = ValueType::kNumber;
-      format.unit = control.percent ? "percent" : "";
-      format.range = control.valid;
-      format.slack = kFixedUlp;
-      break;
-    case ControlType::kAngle:
-      format.type = ValueType::kNumber;
-      format.unit = "degrees";
-      format.range = kFixed;
-      break;
-    case ControlType::kPopup:
-      format.type = ValueType::kChoice;
-      format.choices = control.choices;
-      break;
-    case ControlType::kColor:
-      format.type = ValueType::kColor;
-      break;
-    case ControlType::kPoint:
-      format.type = ValueType::kPoint;
-      format.unit = "layer pixels";
-      format.range = kFixed;
-      break;
-    case ControlType::kGroupStart:
-    case ControlType::kGroupEnd:
-      break;
-  }
-  return format;
-}
-
-ObjectFormat ControlsFormat(const std::vector<ControlInfo>& controls) {
-  ObjectFormat format{"an effect", {}};
-  for (const ControlInfo& control : controls) {
-    if (control.has_value()) format.keys.push_back(ControlFormat(control));
-  }
-  return format;
-}
 
 void ReadControls(const Node& node, hosting::ControlTracks& controls) {
   if (!node.IsObject()) node.Fail("expected controls {\"name\": value, ...}");
@@ -100,6 +80,11 @@ void ReadControls(const Node& node, hosting::ControlTracks& controls) {
     const Node value = part.As(format);
     value.Try([&] { controls.Set(control.index, ReadControl(value, control.type)); });
   }
+}
+
+void ApplyChanges(const SceneChanges& changes, hosting::ControlTracks& controls) {
+  if (!changes.preset.empty()) ApplyPreset(changes.preset, controls);
+  for (const std::string& setting : changes.settings) ApplySetting(setting, controls);
 }
 
 }  // namespace app

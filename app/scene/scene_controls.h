@@ -1,17 +1,25 @@
 #pragma once
 
+#include <filesystem>
+#include <string>
+#include <vector>
+
 #include "hosting/controls.h"
 #include "scene_node.h"
 
 namespace app {
 
-/// What an effect's control may be, as the effect set it up itself.
-KeyFormat ControlFormat(const hosting::ControlInfo& control);
-/// All that have a value.
-ObjectFormat ControlsFormat(const std::vector<hosting::ControlInfo>& controls);
-
 /// Sets the controls that an object names, as {"Stroke Width": 6.5, "Paint Style": "Wobbly"}.
 /// Names, types, choices and ranges are those of `controls`. Throws InputError.
 void ReadControls(const Node& node, hosting::ControlTracks& controls);
+
+/// What is laid over a scene's own controls, in this order.
+struct SceneChanges {
+  std::filesystem::path preset;       // a file {"controls": {...}}; empty: none
+  std::vector<std::string> settings;  // as "Stroke Width=6" or "Paint Style=Wobbly"
+};
+
+/// Throws Error when a file cannot be read, or a preset or setting is wrong.
+void ApplyChanges(const SceneChanges& changes, hosting::ControlTracks& controls);
 
 }  // namespace app

@@ -42,7 +42,8 @@ const KeyFormat* ObjectFormat::Find(std::string_view name) const {
 std::string RangeText(const KeyFormat& format) {
   if (format.positive) return "more than 0";
   if (format.range.max == kAnyNumber.max) return "";
-  return fmt::format("{:.6g} to {:.6g}", format.range.min, format.range.max);
+  const char* which = format.type == ValueType::kHandle ? "time " : "";
+  return fmt::format("{}{:.7g} to {:.7g}", which, format.range.min, format.range.max);
 }
 
 const ObjectFormat& SceneFormat() {

@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cmath>
 
 #include "color_text.h"
 #include "json_text.h"
-#include "scene_track.h"
 
 namespace app {
 namespace {
@@ -18,14 +18,18 @@ using hosting::LightKind;
 /// A row of the host's table as scenes write it.
 KeyFormat Property(const hosting::LightProperty& property, ValueType type, Json::Value example,
                    const char* says) {
-  const double v = property.initial;
+  const double initial = property.initial;
+  const bool whole = initial == std::floor(initial);
+  const Json::Value v =
+      whole ? Json::Value(static_cast<Json::Int64>(initial)) : Json::Value(initial);
+  const bool color = type == ValueType::kColor;  // as text, which is always in range
   return {.name = property.name,
           .type = type,
           .unit = property.unit,
-          .range = property.range,
-          .initial = type == ValueType::kTriple  ? JsonList(v, v, v)
-                     : type == ValueType::kColor ? Json::Value(ColorText({v, v, v}))
-                                                 : Json::Value(v),
+          .range = color ? kAnyNumber : property.range,
+          .initial = type == ValueType::kTriple ? JsonList(v, v, v)
+                     : color ? Json::Value(ColorText({initial, initial, initial}))
+                             : v,
           .example = std::move(example),
           .says = says,
           .animated = true};
@@ -61,7 +65,8 @@ std::vector<KeyFormat> KeysOfEveryLight(const std::string& type) {
 
 KeyFormat PositionKey(bool needed) {
   KeyFormat key = Property(kLightProperties.position, ValueType::kTriple, JsonList(480, 100, -500),
-                           "Where it stands; z is negative in front of the layer.");
+                           "Where it stands; z is negative in front of the layer. A parallel light "
+                           "without it stands at [0, 0, 0].");
   key.needed = needed;
   if (needed) key.initial = {};
   return key;

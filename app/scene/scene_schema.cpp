@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "control_list.h"
 #include "json_text.h"
-#include "scene_controls.h"
 #include "scene_lights.h"
 
 namespace app {
