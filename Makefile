@@ -26,11 +26,13 @@ gallery: $(BUILD)/build.ninja
 	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
 	done
 
-# What editors complete scenes and presets from.
+# What editors complete scenes and presets from, and the tables of docs/scene.md.
 schemas: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
 	$(BUILD)/app/cli/vorlin schema | python3 -m json.tool --compact >scenes/scene.schema.json
 	$(BUILD)/app/cli/vorlin schema --preset | python3 -m json.tool --compact >presets/preset.schema.json
+	$(BUILD)/app/cli/vorlin schema --page docs/scene.md >$(BUILD)/scene.md
+	cp $(BUILD)/scene.md docs/scene.md
 
 package: build
 	cd $(BUILD) && cpack
