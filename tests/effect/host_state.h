@@ -119,7 +119,6 @@ class Host {
   Memory input_memory_;
   Memory output_memory_;
   Memory decoy_memory_{5, 4, 16, 0};
-  std::size_t throw_count_ = 0;
 };
 
 template <class... Args>

@@ -119,6 +119,21 @@ TEST(Extremes, AreTheReferences) {
        [](Situation& s) {
          s.downsample_x = s.downsample_y = {400, 1};
        }},
+      {"farthest reflections, most blurred",
+       [](Situation& s) {
+         s.downsample_x = s.downsample_y = {1, 16};
+         s.width = s.height = 4000;
+         s.input.width = s.input.height = 24;
+         s.controls[2].x.first = s.controls[2].x.last = 8 * 65536;
+       }},
+      {"a field that reaches 0 and no more",
+       [](Situation& s) {
+         s.current_time = 0;
+         s.controls[kStyle].x = {1, 1, 0, 1};
+         s.controls[1] = {{5 << 16, 5 << 16}, {4 << 16, 4 << 16}};
+         s.controls[2].x.first = s.controls[2].x.last = 20 << 16;
+         s.controls[6].x.first = s.controls[6].x.last = 25 << 16;
+       }},
       {"far origins",
        [](Situation& s) { s.output.origin_x = INT_MIN, s.input.origin_y = INT_MAX; }},
       {"largest layer", [](Situation& s) { s.width = s.height = INT_MAX; }},
@@ -135,7 +150,8 @@ TEST(Extremes, AreTheReferences) {
          s.max_rect = {INT_MIN, INT_MIN, INT_MAX, INT_MAX};
        }},
   };
-  for (const std::size_t i : {2, 4, 5, 6, 9, 10, 11, 15, 18, 20, 23, 24, 25, 26, 27}) {
+  for (const int index : {2, 4, 5, 6, 9, 10, 11, 15, 18, 20, 23, 24, 25, 26, 27}) {
+    const auto i = static_cast<std::size_t>(index);
     for (const PF_Fixed value : {INT_MIN, -1, 0, 1, INT_MAX}) {
       rows.push_back({"slider", [=](Situation& s) { raw(s.controls[i].x, value); }});
     }
