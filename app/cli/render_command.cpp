@@ -5,10 +5,10 @@
 #include "hosting/errors.h"
 #include "interrupt.h"
 #include "picture_file.h"
-#include "render_board.h"
 #include "render_plan.h"
 #include "render_results.h"
 #include "render_run.h"
+#include "shared_memory.h"
 #include "shared_options.h"
 #include "standard_streams.h"
 

@@ -35,7 +35,28 @@ void Say(fmt::format_string<Values...> text, Values&&... values) {
   std::fputs(fmt::format(text, std::forward<Values>(values)...).c_str(), stderr);
 }
 
-std::string Quoted(const std::string& text) { return Json::valueToQuotedString(text.c_str()); }
+double Rounded(double value) { return std::round(value * 1e3) / 1e3; }
+
+/// One line of its own.
+void SayJson(const Json::Value& object) {
+  Json::StreamWriterBuilder writer;
+  writer["indentation"] = "";
+  writer["precision"] = 9;
+  writer["emitUTF8"] = true;
+  Say("{}\n", Json::writeString(writer, object));
+}
+
+Json::Value EventOf(const char* kind) {
+  Json::Value event;
+  event["event"] = kind;
+  return event;
+}
+
+void SayMessage(const char* kind, const std::string& message) {
+  Json::Value event = EventOf(kind);
+  event["message"] = message;
+  SayJson(event);
+}
 
 std::string MinutesText(double seconds) {
   const long whole = std::lround(seconds);
@@ -69,9 +90,12 @@ void RenderProgress::Done(const Shot& shot) {
     Draw(shot.number, done_);
   }
   if (style_ == ProgressStyle::kJson) {
-    Say(R"({{"event":"frame","frame":{},"file":{},"done":{},"frames":{}}})"
-        "\n",
-        shot.number, Quoted(shot.file.string()), done_, frames_);
+    Json::Value event = EventOf("frame");
+    event["frame"] = shot.number;
+    event["file"] = shot.file.string();
+    event["done"] = done_;
+    event["frames"] = frames_;
+    SayJson(event);
   }
   if (style_ == ProgressStyle::kPlain) {
     const int tenths = 10 * done_ / frames_;
@@ -86,9 +110,10 @@ void RenderProgress::Done(const Shot& shot) {
 void RenderProgress::Failed(const Shot& shot, const std::string& why) {
   ClearLine();
   if (style_ == ProgressStyle::kJson) {
-    Say(R"({{"event":"error","frame":{},"message":{}}})"
-        "\n",
-        shot.number, Quoted(why));
+    Json::Value event = EventOf("error");
+    event["frame"] = shot.number;
+    event["message"] = why;
+    SayJson(event);
   } else {
     PrintError(style_, why);
   }
@@ -99,9 +124,7 @@ void RenderProgress::Note(const std::string& text) {
   if (style_ == ProgressStyle::kNone) return;
   ClearLine();
   if (style_ == ProgressStyle::kJson) {
-    Say(R"({{"event":"note","message":{}}})"
-        "\n",
-        Quoted(text));
+    SayMessage("note", text);
   } else {
     Say("vorlin: note: {}\n", text);
   }
@@ -109,9 +132,7 @@ void RenderProgress::Note(const std::string& text) {
 
 void RenderProgress::PrintError(ProgressStyle style, const std::string& what) {
   if (style == ProgressStyle::kJson) {
-    Say(R"({{"event":"error","message":{}}})"
-        "\n",
-        Quoted(what));
+    SayMessage("error", what);
   } else {
     Say("vorlin: error: {}\n", what);
   }
@@ -144,10 +165,13 @@ void RenderProgress::Draw(int frame, double done) {
 void RenderProgress::PrintJson(int frame, double done) {
   last_drawn_ = Clock::now();
   const double left = Remaining(done);
-  Say(R"({{"event":"progress","frame":{},"done":{:.3f},"frames":{},"fps":{:.3f},"left":{}}})"
-      "\n",
-      frame, done, frames_, done / std::max(1e-3, Elapsed()),
-      left < 0 ? "null" : fmt::format("{:.1f}", left));
+  Json::Value event = EventOf("progress");
+  event["frame"] = frame;
+  event["done"] = Rounded(done);
+  event["frames"] = frames_;
+  event["fps"] = Rounded(done / std::max(1e-3, Elapsed()));
+  event["left"] = left < 0 ? Json::Value() : Json::Value(Rounded(left));
+  SayJson(event);
 }
 
 void RenderProgress::ClearLine() const {

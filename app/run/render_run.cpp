@@ -2,22 +2,61 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <limits>
 #include <new>
 #include <numeric>
 #include <set>
+#include <string>
+#include <thread>
 
 #include "errors.h"
 #include "interrupt.h"
-#include "job_choice.h"
 #include "movie_feed.h"
 #include "output_file.h"
-#include "render_crew.h"
+#include "worker_pool.h"
 
 namespace app {
 namespace {
 
 constexpr int kRedrawMilliseconds = 100;
+
+/// How a run shares the machine.
+struct Parallelism {
+  int processes;  // a frame each
+  int threads;    // in each of them
+};
+
+/// Memory that processes can have without driving others out; a great deal when nobody knows.
+std::uint64_t AvailableBytes() {
+  std::ifstream file("/proc/meminfo");
+  std::string name;
+  std::uint64_t kib = 0;
+  while (file >> name >> kib) {
+    if (name == "MemAvailable:") return kib << 10;
+    std::getline(file, name);
+  }
+  return std::numeric_limits<std::uint64_t>::max();
+}
+
+/// `jobs` and `threads` are what the user asks for, 0 where they do not. A process for every core
+/// wastes least, if there are as many frames and memory allows; what cores are left become threads.
+Parallelism ChooseParallelism(int jobs, int threads, std::size_t frames,
+                              std::uint64_t bytes_a_job) {
+  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  const auto bounded = [](std::uint64_t n) {
+    return static_cast<int>(std::clamp<std::uint64_t>(n, 1, kMostJobs));
+  };
+  const int useful = bounded(frames);
+  if (jobs == 0) {
+    const int for_memory = bounded(AvailableBytes() / 4 * 3 / bytes_a_job);
+    jobs = std::min({useful, for_memory, threads > 0 ? std::max(1, cores / threads) : cores});
+  }
+  jobs = std::min(jobs, useful);
+  return {jobs, threads > 0 ? threads : std::max(1, cores / jobs)};
+}
 
 /// Clears what killed processes have left, once all processes are gone.
 struct LeftoverCleaner {
@@ -44,14 +83,15 @@ class RenderRun {
         results_(results),
         choice_(Choice(plan)),
         progress_(style, static_cast<int>(plan.shots().size())),
-        board_memory_(sizeof(RenderBoard)),
-        board_(*new (board_memory_.bytes().data()) RenderBoard{}),
+        status_memory_(sizeof(SharedStatus)),
+        status_(*new (status_memory_.bytes().data()) SharedStatus{}),
         cleaner_(plan),
-        crew_(choice_.jobs, board_, [this](int place, const Line& line) { Work(place, line); }) {
-    results.jobs = choice_.jobs;
+        workers_(choice_.processes, status_,
+                 [this](int place, const MessageSocket& socket) { Work(place, socket); }) {
+    results.jobs = choice_.processes;
     results.threads = choice_.threads;
     for (int i = 0; i < static_cast<int>(plan.shots().size()); ++i) waiting_.insert(i);
-    if (plan.movie()) movie_.emplace(plan, choice_.jobs + 2);
+    if (plan.movie()) movie_.emplace(plan, choice_.processes + 2);
     if (!plan.arguments().trace.empty()) trace_.emplace(plan.arguments().trace);
   }
 
@@ -60,16 +100,16 @@ class RenderRun {
       HandOut();
       std::vector<pollfd> others;
       if (movie_) others = movie_->Waits();
-      for (const RenderCrew::Event& event : crew_.Wait(kRedrawMilliseconds, others)) {
+      for (const WorkerPool::Event& event : workers_.Wait(kRedrawMilliseconds, others)) {
         NotedSignals::Check();
-        Heed(event);
+        Handle(event);
       }
       NotedSignals::Check();
       if (movie_) movie_->Pump();
       Show();
     }
-    crew_.End();
-    results_.peak_kib = crew_.peak_kib();
+    workers_.End();
+    results_.peak_kib = workers_.peak_kib();
     if (movie_) movie_->Finish();
     if (trace_) trace_->Commit();
     TellLosses();
@@ -77,58 +117,59 @@ class RenderRun {
   }
 
  private:
-  static JobChoice Choice(const RenderPlan& plan) {
+  static Parallelism Choice(const RenderPlan& plan) {
     const RenderArguments& arguments = plan.arguments();
     // A trace is of one frame after the other, each in order.
     if (!arguments.trace.empty()) return {1, 1};
-    return ChooseJobs(arguments.jobs, arguments.threads, plan.shots().size(), plan.BytesAWorker());
+    return ChooseParallelism(arguments.jobs, arguments.threads, plan.shots().size(),
+                             plan.BytesAWorker());
   }
 
   /// The life of a worker process.
-  void Work(int place, const Line& line) {
+  void Work(int place, const MessageSocket& socket) {
     const FrameStore store = movie_ ? movie_->Store() : StoreAsPictures(plan_);
-    RenderWorker worker{plan_, choice_.threads, store, {}, board_, place};
+    RenderWorker worker{plan_, choice_.threads, store, {}, status_, place};
     if (trace_) {
       worker.trace = [this](const Shot& shot, const hosting::Call& call) {
         trace_->Write(fmt::format("frame {} {} {}\n", shot.number,
                                   hosting::CommandName(call.command), call.Text()));
       };
     }
-    worker.Work(line);
+    worker.Work(socket);
   }
 
   void HandOut() {
     while (!waiting_.empty()) {
-      const auto place = crew_.Idle();
+      const auto place = workers_.Idle();
       if (!place) return;
       const int shot = *waiting_.begin();
       if (movie_ && !movie_->HasRoomFor(shot)) return;
       waiting_.erase(waiting_.begin());
-      crew_.GiveOrder(*place, shot);
+      workers_.Give(*place, shot);
     }
   }
 
-  void Heed(const RenderCrew::Event& event) {
-    const Report& report = event.report;
+  void Handle(const WorkerPool::Event& event) {
+    const JobResult& result = event.result;
     waiting_.insert(event.also_lost.begin(), event.also_lost.end());
     for (const int shot : event.also_lost) rendered_.erase(shot);
-    if (report.kind == Report::Kind::kRendered) {
-      rendered_.insert(report.shot);
+    if (result.kind == JobResult::Kind::kRendered) {
+      rendered_.insert(result.shot);
       return;
     }
-    rendered_.erase(report.shot);
+    rendered_.erase(result.shot);
     ++settled_;
-    RenderResults::Frame& frame = FrameOf(report.shot);
-    if (report.kind == Report::Kind::kStored) {
+    RenderResults::Frame& frame = FrameOf(result.shot);
+    if (result.kind == JobResult::Kind::kStored) {
       frame.state = RenderResults::State::kWritten;
-      results_.seconds.push_back(report.seconds);
-      clipped_ += report.losses.clipped ? 1 : 0;
-      if (movie_) movie_->Add(report.shot);
-      hidden_lost_ += report.losses.hidden_color ? 1 : 0;
+      results_.seconds.push_back(result.seconds);
+      clipped_ += result.losses.clipped ? 1 : 0;
+      if (movie_) movie_->Add(result.shot);
+      hidden_lost_ += result.losses.hidden_color ? 1 : 0;
       return progress_.Done(frame.shot);
     }
     const Error error =
-        event.crash ? CrashError(frame.shot, *event.crash) : Error(report.code, report.message);
+        event.crash ? CrashError(frame.shot, *event.crash) : Error(result.code, result.message);
     frame.state = RenderResults::State::kFailed;
     frame.error = error.what();
     if (!plan_.arguments().keep_going) throw error;
@@ -139,8 +180,8 @@ class RenderRun {
   void Show() {
     int shown = kNoShot;
     auto parts = static_cast<double>(rendered_.size());
-    for (int i = 0; i < choice_.jobs; ++i) {
-      const RenderBoard::Place& place = board_.places[static_cast<std::size_t>(i)];
+    for (int i = 0; i < choice_.processes; ++i) {
+      const SharedStatus::Place& place = status_.places[static_cast<std::size_t>(i)];
       const int shot = place.shot;
       if (shot == kNoShot) continue;
       parts += static_cast<double>(place.part);
@@ -174,14 +215,14 @@ class RenderRun {
 
   const RenderPlan& plan_;
   RenderResults& results_;
-  JobChoice choice_;
+  Parallelism choice_;
   RenderProgress progress_;
   std::optional<OutputFile> trace_;
   std::optional<MovieFeed> movie_;
-  SharedMemory board_memory_;
-  RenderBoard& board_;
+  SharedMemory status_memory_;
+  SharedStatus& status_;
   LeftoverCleaner cleaner_;
-  RenderCrew crew_;
+  WorkerPool workers_;
   std::set<int> waiting_;   // frames that no process has been told to render
   std::set<int> rendered_;  // frames that are being stored
   std::size_t settled_ = 0;

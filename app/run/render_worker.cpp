@@ -33,26 +33,26 @@ struct Item {
   std::exception_ptr failure;
 };
 
-Report FailureReport(int shot, int frame, const std::exception_ptr& failure) {
-  Report report{};
-  report.kind = Report::Kind::kFailed;
-  report.shot = shot;
+JobResult FailureResult(int shot, int frame, const std::exception_ptr& failure) {
+  JobResult result{};
+  result.kind = JobResult::Kind::kFailed;
+  result.shot = shot;
   const Error error = AsError(failure);
-  report.code = error.code();
+  result.code = error.code();
   std::string message = error.what();
   // Files are named; the rest needs a place.
   if (error.code() != ExitCode::kFile) message = fmt::format("frame {}: {}", frame, message);
-  message.copy(report.message, sizeof report.message - 1);
-  return report;
+  message.copy(result.message, sizeof result.message - 1);
+  return result;
 }
 
 /// Three threads in a row, one frame in each.
 class Pipeline {
  public:
-  Pipeline(const RenderWorker& worker, const Line& line)
+  Pipeline(const RenderWorker& worker, const MessageSocket& socket)
       : worker_(worker),
-        line_(line),
-        place_(worker.board.places[static_cast<std::size_t>(worker.place)]),
+        socket_(socket),
+        place_(worker.status.places[static_cast<std::size_t>(worker.place)]),
         maker_(worker.plan, worker.threads, Progress(), Observer()) {}
 
   void Run() {
@@ -65,9 +65,9 @@ class Pipeline {
 
  private:
   void Read() {
-    while (const auto order = line_.Receive<Order>()) {
+    while (const auto job = socket_.Receive<Job>()) {
       Item item;
-      item.shot = order->shot;
+      item.shot = job->shot;
       const Stopwatch watch;
       try {
         item.layer = worker_.plan.Layer(ShotOf(item));
@@ -82,7 +82,7 @@ class Pipeline {
 
   void Render() {
     while (auto item = read_.Take()) {
-      if (worker_.board.stop) continue;
+      if (worker_.status.stop) continue;
       const Stopwatch watch;
       place_.part = 0;
       place_.shot = item->shot;
@@ -94,10 +94,10 @@ class Pipeline {
       }
       place_.shot = kNoShot;
       item->seconds.net = watch.Seconds();
-      Report report{};
-      report.kind = Report::Kind::kRendered;
-      report.shot = item->shot;
-      line_.Send(report);
+      JobResult result{};
+      result.kind = JobResult::Kind::kRendered;
+      result.shot = item->shot;
+      socket_.Send(result);
       rendered_.Put(std::move(*item));
     }
     rendered_.Close();
@@ -106,25 +106,25 @@ class Pipeline {
   void Store() {
     while (auto item = rendered_.Take()) {
       const Stopwatch watch;
-      Report report{};
+      JobResult result{};
       try {
         if (item->failure) std::rethrow_exception(item->failure);
-        report.losses = worker_.store(item->shot, std::move(item->picture));
-        report.kind = Report::Kind::kStored;
-        report.shot = item->shot;
-        report.seconds = item->seconds;
-        report.seconds.encode = watch.Seconds();
+        result.losses = worker_.store(item->shot, std::move(item->picture));
+        result.kind = JobResult::Kind::kStored;
+        result.shot = item->shot;
+        result.seconds = item->seconds;
+        result.seconds.encode = watch.Seconds();
       } catch (...) {
-        report = FailureReport(item->shot, ShotOf(*item).number, std::current_exception());
+        result = FailureResult(item->shot, ShotOf(*item).number, std::current_exception());
       }
-      line_.Send(report);
+      socket_.Send(result);
     }
   }
 
   hosting::Progress Progress() {
     return [this](A_long current, A_long total) {
       if (total > 0) place_.part = static_cast<float>(current) / static_cast<float>(total);
-      return !worker_.board.stop;
+      return !worker_.status.stop;
     };
   }
 
@@ -141,8 +141,8 @@ class Pipeline {
   }
 
   const RenderWorker& worker_;
-  const Line& line_;
-  RenderBoard::Place& place_;
+  const MessageSocket& socket_;
+  SharedStatus::Place& place_;
   FrameMaker maker_;
   Channel<Item> read_;
   Channel<Item> rendered_;
@@ -160,6 +160,6 @@ FrameStore StoreAsPictures(const RenderPlan& plan) {
   };
 }
 
-void RenderWorker::Work(const Line& line) const { Pipeline(*this, line).Run(); }
+void RenderWorker::Work(const MessageSocket& socket) const { Pipeline(*this, socket).Run(); }
 
 }  // namespace app

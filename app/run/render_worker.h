@@ -7,14 +7,14 @@
 #include "errors.h"
 #include "hosting/calls.h"
 #include "hosting/world.h"
-#include "render_board.h"
 #include "render_plan.h"
+#include "shared_memory.h"
 #include "worker_process.h"
 
 namespace app {
 
 /// A frame that a process is to render: an index of the plan's shots.
-struct Order {
+struct Job {
   std::int32_t shot;
 };
 
@@ -32,7 +32,7 @@ struct Losses {
 };
 
 /// What a process tells of a frame.
-struct Report {
+struct JobResult {
   enum class Kind { kRendered, kStored, kFailed };
   Kind kind;
   std::int32_t shot;
@@ -47,7 +47,7 @@ using FrameStore = std::function<Losses(int shot, hosting::World picture)>;
 /// Encodes pictures and stores them in the plan's files.
 FrameStore StoreAsPictures(const RenderPlan& plan);
 
-/// What a worker process does until there are no more orders. While a frame is rendered, the next
+/// What a worker process does until there are no more jobs. While a frame is rendered, the next
 /// one's layer is read and the last one's picture is stored.
 struct RenderWorker {
   const RenderPlan& plan;
@@ -55,10 +55,10 @@ struct RenderWorker {
   FrameStore store;
   /// Told of every call of the effect in a shot; may be empty.
   std::function<void(const Shot&, const hosting::Call&)> trace;
-  RenderBoard& board;
+  SharedStatus& status;
   int place;
 
-  void Work(const Line& line) const;
+  void Work(const MessageSocket& socket) const;
 };
 
 }  // namespace app

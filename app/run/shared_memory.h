@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <span>
 
@@ -19,6 +21,24 @@ class SharedMemory {
  private:
   void* memory_;
   std::size_t size_;
+};
+
+/// The most processes that render at a time.
+inline constexpr int kMostJobs = 256;
+
+inline constexpr int kNoShot = -1;
+
+/// What all processes of a run see at once.
+struct SharedStatus {
+  /// What one process is at.
+  struct Place {
+    std::atomic<int> shot;    // that is being rendered, an index of the plan's, or kNoShot
+    std::atomic<float> part;  // of that shot that is done: 0 to 1
+  };
+  static_assert(std::atomic<float>::is_always_lock_free);
+
+  std::atomic<bool> stop;  // no frame is wanted any more
+  std::array<Place, kMostJobs> places;
 };
 
 }  // namespace app

@@ -20,7 +20,7 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-std::array<int, 2> LineEnds() {
+std::array<int, 2> SocketEnds() {
   std::array<int, 2> ends{};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     Fail("cannot talk to another process");
@@ -29,15 +29,16 @@ std::array<int, 2> LineEnds() {
 }
 
 /// The life of a new process.
-[[noreturn]] void Live(pid_t parent, const std::function<void(const Line&)>& work, int end) {
+[[noreturn]] void Live(pid_t parent, const std::function<void(const MessageSocket&)>& work,
+                       int end) {
   std::signal(SIGINT, SIG_IGN);
   std::signal(SIGTERM, SIG_IGN);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(EXIT_FAILURE);  // it died before it could be waited for
   int code = EXIT_FAILURE;
   try {
-    const Line line(end);
-    work(line);
+    const MessageSocket socket(end);
+    work(socket);
     code = EXIT_SUCCESS;
   } catch (...) {  // the parent sees the code
   }
@@ -45,7 +46,7 @@ std::array<int, 2> LineEnds() {
   _exit(code);
 }
 
-pid_t Fork(const std::function<void(const Line&)>& work, std::array<int, 2> ends) {
+pid_t Fork(const std::function<void(const MessageSocket&)>& work, std::array<int, 2> ends) {
   const pid_t parent = getpid();
   std::fflush(nullptr);
   const pid_t process = fork();
@@ -60,18 +61,19 @@ pid_t Fork(const std::function<void(const Line&)>& work, std::array<int, 2> ends
 
 }  // namespace
 
-Line::~Line() {
+MessageSocket::~MessageSocket() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-Line::Line(Line&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+MessageSocket::MessageSocket(MessageSocket&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)) {}
 
-void Line::SendBytes(std::span<const std::byte> bytes) const {
+void MessageSocket::SendBytes(std::span<const std::byte> bytes) const {
   while (send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
   }
 }
 
-bool Line::ReceiveBytes(std::span<std::byte> bytes) const {
+bool MessageSocket::ReceiveBytes(std::span<std::byte> bytes) const {
   ssize_t size = 0;
   do {
     size = recv(descriptor_, bytes.data(), bytes.size(), 0);
@@ -79,7 +81,7 @@ bool Line::ReceiveBytes(std::span<std::byte> bytes) const {
   return size == static_cast<ssize_t>(bytes.size());
 }
 
-void Line::EndSending() const { shutdown(descriptor_, SHUT_WR); }
+void MessageSocket::EndSending() const { shutdown(descriptor_, SHUT_WR); }
 
 bool ProcessEnd::killed() const { return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL; }
 
@@ -88,11 +90,12 @@ std::string ProcessEnd::Text() const {
   return fmt::format("was killed by signal {} ({})", WTERMSIG(status), strsignal(WTERMSIG(status)));
 }
 
-WorkerProcess::WorkerProcess(const std::function<void(const Line&)>& work)
-    : WorkerProcess(work, LineEnds()) {}
+WorkerProcess::WorkerProcess(const std::function<void(const MessageSocket&)>& work)
+    : WorkerProcess(work, SocketEnds()) {}
 
-WorkerProcess::WorkerProcess(const std::function<void(const Line&)>& work, std::array<int, 2> ends)
-    : process_(Fork(work, ends)), line_(ends[0]) {}
+WorkerProcess::WorkerProcess(const std::function<void(const MessageSocket&)>& work,
+                             std::array<int, 2> ends)
+    : process_(Fork(work, ends)), socket_(ends[0]) {}
 
 WorkerProcess::~WorkerProcess() {
   if (process_ <= 0) return;
@@ -101,7 +104,7 @@ WorkerProcess::~WorkerProcess() {
 }
 
 WorkerProcess::WorkerProcess(WorkerProcess&& other) noexcept
-    : process_(std::exchange(other.process_, 0)), line_(std::move(other.line_)) {}
+    : process_(std::exchange(other.process_, 0)), socket_(std::move(other.socket_)) {}
 
 void WorkerProcess::Kill() const { kill(process_, SIGKILL); }
 

@@ -14,12 +14,12 @@
 namespace app {
 
 /// One end of a connection between two processes. Messages arrive whole and in order.
-class Line {
+class MessageSocket {
  public:
-  explicit Line(int descriptor) : descriptor_(descriptor) {}
-  ~Line();
-  Line(Line&& other) noexcept;
-  Line& operator=(Line&&) = delete;
+  explicit MessageSocket(int descriptor) : descriptor_(descriptor) {}
+  ~MessageSocket();
+  MessageSocket(MessageSocket&& other) noexcept;
+  MessageSocket& operator=(MessageSocket&&) = delete;
 
   int descriptor() const { return descriptor_; }
 
@@ -63,25 +63,25 @@ struct ProcessEnd {
 /// A process that was forked from this one and works for it.
 class WorkerProcess {
  public:
-  /// Runs `work` in a new process with its end of the line. To be called while this process has
+  /// Runs `work` in a new process with its end of the socket. To be called while this process has
   /// but one thread. The new process ignores SIGINT and SIGTERM, and dies when this one does.
   /// Throws std::system_error.
-  explicit WorkerProcess(const std::function<void(const Line&)>& work);
+  explicit WorkerProcess(const std::function<void(const MessageSocket&)>& work);
   /// Kills the process if it has not been waited for.
   ~WorkerProcess();
   WorkerProcess(WorkerProcess&& other) noexcept;
   WorkerProcess& operator=(WorkerProcess&&) = delete;
 
-  const Line& line() const { return line_; }
+  const MessageSocket& socket() const { return socket_; }
   void Kill() const;
   /// Waits for the process to end.
   ProcessEnd Wait();
 
  private:
-  WorkerProcess(const std::function<void(const Line&)>& work, std::array<int, 2> ends);
+  WorkerProcess(const std::function<void(const MessageSocket&)>& work, std::array<int, 2> ends);
 
   pid_t process_;
-  Line line_;
+  MessageSocket socket_;
 };
 
 }  // namespace app
