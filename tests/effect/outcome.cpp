@@ -9,46 +9,11 @@
 namespace testhost {
 
 const char* CallbackName(Callback callback) {
-  constexpr const char* kNames[] = {"checkout_param",
-                                    "checkin_param",
-                                    "add_param",
-                                    "progress",
-                                    "cos",
-                                    "pow",
-                                    "sin",
-                                    "sqrt",
-                                    "sprintf",
-                                    "strcpy",
-                                    "fill",
-                                    "iterate",
-                                    "iterate16",
-                                    "iterate (float)",
-                                    "AcquireSuite",
-                                    "ReleaseSuite",
-                                    "new_world",
-                                    "dispose_world",
-                                    "PF_NewWorld",
-                                    "PF_DisposeWorld",
-                                    "PF_GetPixelFormat",
-                                    "PF_UpdateParamUI",
-                                    "nn_sample",
-                                    "subpixel_sample",
-                                    "area_sample",
-                                    "PF_GetFloatingPointColorFromColorDef",
-                                    "AEGP_GetEffectLayer",
-                                    "AEGP_ConvertEffectToCompTime",
-                                    "AEGP_GetCompNumLayers",
-                                    "AEGP_GetCompLayerByIndex",
-                                    "AEGP_GetLayerParentComp",
-                                    "AEGP_IsVideoActive",
-                                    "AEGP_GetLayerObjectType",
-                                    "AEGP_GetLayerToWorldXformFromView",
-                                    "AEGP_GetLightType",
-                                    "AEGP_GetLayerStreamValue",
-                                    "checkout_layer",
-                                    "checkout_layer_pixels",
-                                    "checkout_output"};
-  static_assert(std::size(kNames) == static_cast<std::size_t>(Callback::kCount));
+  constexpr const char* kNames[] = {
+#define VORLIN_CALLBACK(id, name) name,
+      VORLIN_CALLBACKS(VORLIN_CALLBACK)
+#undef VORLIN_CALLBACK
+  };
   return kNames[static_cast<std::size_t>(callback)];
 }
 

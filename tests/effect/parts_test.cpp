@@ -80,19 +80,6 @@ TEST(LightModel, SettersHoldForLaterLights) {
   EXPECT_EQ(model.ambientLight.alpha, 0);
 }
 
-TEST(LightModel, CountsLightsThatItDoesNotStore) {
-  LightShade model(&g_in);
-  NewLightSource black = White(2);
-  black.color = {1, 0, -0.0, 0};
-  EXPECT_TRUE(model.AddLightSource(black));
-  EXPECT_EQ(model.numLights, 0);
-  for (int i = 0; i < 19; ++i) EXPECT_TRUE(model.AddLightSource(White(2)));
-  EXPECT_FALSE(model.AddLightSource(White(1)));
-  EXPECT_FALSE(model.AddLightSource(black)) << "full comes before black";
-  EXPECT_EQ(model.numLights, 19);
-  EXPECT_EQ(model.numOffered, 22);
-}
-
 TEST(LightModel, WalksThePositionsOfPointAndSpotLights) {
   LightShade model(&g_in);
   for (const int type : {1, 2, 3, 9, 1}) {
@@ -298,13 +285,17 @@ TEST(SuiteHandler, ReleasesAllPairsInItsOwnOrderUnderTheirOwnNames) {
 
 /// What the host was asked for by a command that only makes and disposes of worlds.
 std::vector<std::string> WorldCalls(PF_MainEntry command) {
-  const auto outcome =
-      RunCommand(testhost::PlainFrame(PF_Cmd_RENDER, PF_PixelFormat_ARGB32), command);
+  testhost::Situation s = testhost::PlainFrame(PF_Cmd_RENDER, PF_PixelFormat_ARGB32);
+  s.rules = {{testhost::Callback::kDisposeWorld1, 6, testhost::Misdeed::kRefuse, 33}};
+  const auto outcome = RunCommand(s, command);
   EXPECT_EQ(outcome.escaped + outcome.ownership, "");
   std::vector<std::string> calls;
   for (std::size_t i = 0; i < outcome.calls.size(); ++i) {
     const std::string call = Text(outcome, i);
-    if (call.find("orld") != call.npos) calls.push_back(call.substr(0, call.rfind(' ')));
+    const bool digest = call.find("ispose") != call.npos;  // of the pixels, at the end
+    if (call.find("orld") != call.npos) {
+      calls.push_back(digest ? call.substr(0, call.rfind(' ')) : call);
+    }
   }
   return calls;
 }
@@ -326,24 +317,29 @@ TEST(ScratchWorld, UsesTheSuiteOfItsFormatAndReplacesItsWorld) {
     EXPECT_EQ(world.Dispose(), 0);
     EXPECT_EQ(world.Dispose(), 0);
     EXPECT_EQ(world.Layer(), nullptr);
+    EXPECT_EQ(world.New(7, 3, PF_PixelFormat_ARGB32, false), 0);
+    EXPECT_EQ(world.New(7, 3, PF_PixelFormat_ARGB32, false), 33) << "and nothing is made";
+    EXPECT_EQ(world.Layer(), nullptr);
     return 0;
   });
-  // effect_ref, size, flags; effect_ref, size, clear, format.
-  const std::vector<std::string> expected{"PF_NewWorld 1 7 3 0 842229089",
+  // effect_ref, size, flags or clear and format, and that the record was empty.
+  const std::vector<std::string> expected{"PF_NewWorld 1 7 3 0 842229089 1",
                                           "PF_DisposeWorld 1 7 3",
-                                          "new_world 1 7 3 2",
+                                          "new_world 1 7 3 2 1",
                                           "dispose_world 1 7 3",
-                                          "new_world 1 7 3 0",
+                                          "new_world 1 7 3 0 1",
                                           "dispose_world 1 7 3",
-                                          "new_world 1 7 3 0",
+                                          "new_world 1 7 3 0 1",
                                           "dispose_world 1 7 3",
-                                          "PF_NewWorld 1 7 3 1 842229089",
+                                          "PF_NewWorld 1 7 3 1 842229089 1",
                                           "PF_DisposeWorld 1 7 3",
-                                          "new_world 1 7 3 3",
+                                          "new_world 1 7 3 3 1",
                                           "dispose_world 1 7 3",
-                                          "new_world 1 7 3 1",
+                                          "new_world 1 7 3 1 1",
                                           "dispose_world 1 7 3",
-                                          "new_world 1 7 3 1",
+                                          "new_world 1 7 3 1 1",
+                                          "dispose_world 1 7 3",
+                                          "new_world 1 7 3 0 1",
                                           "dispose_world 1 7 3"};
   EXPECT_EQ(calls, expected);
 }

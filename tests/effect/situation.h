@@ -13,48 +13,32 @@
 
 namespace testhost {
 
-/// Every function of the host. The names are those of `CallbackName`.
+/// Every function of the host, with the name that it has there.
+// clang-format off
+#define VORLIN_CALLBACKS(X)                                                                       \
+  X(kCheckoutParam, "checkout_param") X(kCheckinParam, "checkin_param") X(kAddParam, "add_param") \
+  X(kProgress, "progress") X(kCos, "cos") X(kPow, "pow") X(kSin, "sin") X(kSqrt, "sqrt")          \
+  X(kSprintf, "sprintf") X(kStrcpy, "strcpy") X(kFill, "fill") X(kIterate, "iterate")             \
+  X(kIterate16, "iterate16") X(kIterateFloat, "iterate (float)") X(kAcquire, "AcquireSuite")      \
+  X(kRelease, "ReleaseSuite") X(kNewWorld1, "new_world") X(kDisposeWorld1, "dispose_world")       \
+  X(kNewWorld2, "PF_NewWorld") X(kDisposeWorld2, "PF_DisposeWorld")                               \
+  X(kPixelFormat, "PF_GetPixelFormat") X(kUpdateParamUI, "PF_UpdateParamUI")                      \
+  X(kNearestSample, "nn_sample") X(kSubpixelSample, "subpixel_sample")                            \
+  X(kAreaSample, "area_sample") X(kFloatColor, "PF_GetFloatingPointColorFromColorDef")            \
+  X(kEffectLayer, "AEGP_GetEffectLayer") X(kConvertTime, "AEGP_ConvertEffectToCompTime")          \
+  X(kNumLayers, "AEGP_GetCompNumLayers") X(kLayerByIndex, "AEGP_GetCompLayerByIndex")             \
+  X(kParentComp, "AEGP_GetLayerParentComp") X(kIsVideoActive, "AEGP_IsVideoActive")               \
+  X(kObjectType, "AEGP_GetLayerObjectType") X(kToWorld, "AEGP_GetLayerToWorldXformFromView")      \
+  X(kLightType, "AEGP_GetLightType") X(kStreamValue, "AEGP_GetLayerStreamValue")                  \
+  X(kCheckoutLayer, "checkout_layer") X(kCheckoutLayerPixels, "checkout_layer_pixels")            \
+  X(kCheckoutOutput, "checkout_output")
+// clang-format on
+
 enum class Callback {
-  kCheckoutParam,
-  kCheckinParam,
-  kAddParam,
-  kProgress,
-  kCos,
-  kPow,
-  kSin,
-  kSqrt,
-  kSprintf,
-  kStrcpy,
-  kFill,
-  kIterate,
-  kIterate16,
-  kIterateFloat,
-  kAcquire,
-  kRelease,
-  kNewWorld1,
-  kDisposeWorld1,
-  kNewWorld2,
-  kDisposeWorld2,
-  kPixelFormat,
-  kUpdateParamUI,
-  kNearestSample,
-  kSubpixelSample,
-  kAreaSample,
-  kFloatColor,
-  kEffectLayer,
-  kConvertTime,
-  kNumLayers,
-  kLayerByIndex,
-  kParentComp,
-  kIsVideoActive,
-  kObjectType,
-  kToWorld,
-  kLightType,
-  kStreamValue,
-  kCheckoutLayer,
-  kCheckoutLayerPixels,
-  kCheckoutOutput,
-  kCount
+#define VORLIN_CALLBACK(id, name) id,
+  VORLIN_CALLBACKS(VORLIN_CALLBACK)
+#undef VORLIN_CALLBACK
+      kCount
 };
 const char* CallbackName(Callback callback);
 
