@@ -182,9 +182,7 @@ TEST_F(RenderRuns, LeaveNoProcessBehind) {
     const std::vector<pid_t> children = run.Children(c.children);
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     kill(c.to_child ? children.back() : run.process(), c.signal);
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(run.Wait(), c.exit_code) << c.output << c.signal;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
     EXPECT_NE(ReadAll("err.txt").find(c.message), std::string::npos) << ReadAll("err.txt");
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     for (const pid_t child : children) EXPECT_TRUE(IsGone(child)) << c.signal;
@@ -229,30 +227,6 @@ TEST_F(RenderRuns, MakeMoviesWithRateSizeAndAlpha) {
       EXPECT_LT(alpha_error, file == "o.gif" ? 12 : 6) << name << " frame " << i;
     }
   }
-}
-
-TEST_F(RenderRuns, HandOutTheFieldItself) {
-  EXPECT_EQ(
-      Render({"-o", "f.exr", "--pass", "field", "-F", "3", "-q", "--set", "Stroke Width=60"}).err,
-      "");
-  EXPECT_EQ(Render({"-o", "p.png", "-F", "3", "-q", "--set", "Stroke Width=60"}).err, "");
-  const auto field_picture = ReadPicture("f.exr");
-  const auto& field = std::get<std::vector<float>>(field_picture.pixels());
-  const auto picture = ReadPicture("p.png");
-  const auto& pixels = std::get<std::vector<std::uint8_t>>(picture.pixels());
-  int covered = 0;
-  for (std::size_t i = 0; i < field.size(); i += 4) {
-    EXPECT_GE(field[i], -0.25F);
-    // A pixel is drawn where the stroke reaches it, its left or its upper neighbour.
-    const std::size_t x = i / 4 % 64;
-    const float left = x == 0 ? -1 : field[i - 4];
-    const float up = i < 256 ? -1 : field[i - 256];
-    const bool reached = field[i] >= 0 || left >= 0 || up >= 0;
-    EXPECT_TRUE(reached || pixels[i + 3] == 0) << i / 4 << " " << field[i];
-    EXPECT_TRUE(field[i] < 0.1F || pixels[i + 3] > 0) << i / 4 << " " << field[i];
-    covered += field[i] > 0 ? 1 : 0;
-  }
-  EXPECT_GT(covered, 10);
 }
 
 }  // namespace

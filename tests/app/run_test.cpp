@@ -1,6 +1,5 @@
 // The built program, run as its users run it.
 #include <algorithm>
-#include <csignal>
 
 #include "picture_file.h"
 #include "support.h"
@@ -144,34 +143,6 @@ TEST_F(Runs, TraceTheCallsOfTheirFrames) {
         trace.find(std::string("frame 2 ") + command + " checkout_param(1 \"Brush Position\""),
         std::string::npos)
         << trace.substr(0, 500);
-  }
-}
-
-TEST_F(Runs, StopAtASignalWithoutPartialFiles) {
-  WriteSlowScene();
-  const std::vector<std::string> run{"render", "slow.json", "-o",    "o.png", "-F",
-                                     "89999",  "--trace",   "t.txt", "-q"};
-  for (const int signal : {SIGINT, SIGTERM}) {
-    const RunResult stopped = RunVorlin(run, signal);
-    EXPECT_EQ(stopped.exit_code, 128 + signal) << stopped.err;
-    EXPECT_EQ(Entries(), With({"slow.json"}));
-  }
-  // Killed while it writes: what it left goes away with the next run, what others write stays.
-  EXPECT_EQ(RunVorlin(run, SIGKILL).exit_code, 128 + SIGKILL);
-  EXPECT_EQ(Entries().size(), With({"slow.json"}).size() + 1);
-  WriteText(".o.0000.png.elsewhere-1.part", "");
-  EXPECT_EQ(RunVorlin({"render", "scene.json", "-o", "o.png", "-F", "1", "-q"}).exit_code, 0);
-  EXPECT_EQ(Entries(), With({"slow.json", "o.png", ".o.0000.png.elsewhere-1.part"}));
-}
-
-TEST(ProjectScenes, Render) {
-  for (const char* name : {"ribbon", "wobble", "stage"}) {
-    const std::filesystem::path folder = testing::TempDir();
-    const std::string output = (folder / (std::string(name) + ".png")).string();
-    const RunResult result = RunVorlin(
-        {"render", std::string(SCENES "/") + name + ".json", "-o", output, "-F", "45", "-q"});
-    EXPECT_EQ(result.exit_code, 0) << result.err;
-    std::filesystem::remove(output);
   }
 }
 
