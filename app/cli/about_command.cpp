@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "files.h"
 #include "hosting/effect.h"
-#include "program_paths.h"
 #include "shared_options.h"
 
 namespace app {

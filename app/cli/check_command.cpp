@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "files.h"
 #include "layer_source.h"
-#include "program_paths.h"
 #include "scene.h"
 #include "shared_options.h"
 

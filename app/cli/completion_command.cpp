@@ -4,9 +4,8 @@
 
 #include "commands.h"
 #include "completion.h"
+#include "files.h"
 #include "hosting/effect.h"
-#include "presets.h"
-#include "program_paths.h"
 #include "shared_options.h"
 
 namespace app {

@@ -3,9 +3,9 @@
 
 #include "commands.h"
 #include "control_list.h"
+#include "files.h"
 #include "json_text.h"
 #include "layer_source.h"
-#include "program_paths.h"
 #include "scene.h"
 #include "shared_options.h"
 #include "standard_streams.h"

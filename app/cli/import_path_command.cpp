@@ -4,11 +4,11 @@
 #include <cmath>
 
 #include "commands.h"
+#include "files.h"
 #include "layer_source.h"
 #include "path_import.h"
 #include "shared_options.h"
 #include "shots.h"
-#include "text_file.h"
 
 namespace app {
 namespace {

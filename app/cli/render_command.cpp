@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "errors.h"
 #include "hosting/errors.h"
-#include "interrupt.h"
 #include "picture_file.h"
 #include "render_plan.h"
 #include "render_results.h"

@@ -3,12 +3,11 @@
 #include "scene_schema.h"
 
 #include "commands.h"
+#include "files.h"
 #include "hosting/effect.h"
 #include "json_text.h"
-#include "program_paths.h"
 #include "shared_options.h"
 #include "standard_streams.h"
-#include "text_file.h"
 
 namespace app {
 namespace {

@@ -1,6 +1,6 @@
 #include "shared_options.h"
 
-#include "presets.h"
+#include "files.h"
 
 namespace app {
 

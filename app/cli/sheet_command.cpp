@@ -8,9 +8,9 @@
 
 #include "commands.h"
 #include "contact_sheet.h"
+#include "errors.h"
 #include "file_pattern.h"
 #include "frame_range.h"
-#include "interrupt.h"
 #include "output_file.h"
 #include "picture_file.h"
 #include "render_plan.h"

@@ -3,7 +3,7 @@
 #include <OpenImageIO/hash.h>
 #include <fmt/format.h>
 
-#include "text_file.h"
+#include "files.h"
 
 namespace app {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <variant>
 
+#include "errors.h"
 #include "hosting/picture.h"
-#include "interrupt.h"
 
 namespace app {
 namespace {

@@ -7,11 +7,10 @@
 #include <utility>
 
 #include "errors.h"
+#include "files.h"
 #include "hosting/area_sampler.h"
-#include "interrupt.h"
 #include "layer_source.h"
 #include "output_file.h"
-#include "program_paths.h"
 
 namespace app {
 namespace {

@@ -13,7 +13,6 @@
 #include <thread>
 
 #include "errors.h"
-#include "interrupt.h"
 #include "movie_feed.h"
 #include "output_file.h"
 #include "worker_pool.h"

@@ -1,12 +1,23 @@
 #include "errors.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
+#include <csignal>
 #include <new>
 
 #include "hosting/errors.h"
 
 namespace app {
+namespace {
+
+// The only state that a signal handler may reach is global.
+std::atomic<int> arrived{0};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void Note(int signal) { arrived = signal; }
+
+}  // namespace
 
 Error AsError(const std::exception_ptr& exception) {
   const auto one_line = [](std::string text) {
@@ -25,6 +36,26 @@ Error AsError(const std::exception_ptr& exception) {
   } catch (const std::exception& error) {
     return FileError(one_line(error.what()));
   }
+}
+
+NotedSignals::NotedSignals() {
+  arrived = 0;
+  struct sigaction action {};
+  action.sa_handler = Note;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+NotedSignals::~NotedSignals() {
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
+}
+
+int NotedSignals::Arrived() { return arrived; }
+
+void NotedSignals::Check() {
+  if (const int signal = arrived) throw Interrupted{signal};
 }
 
 }  // namespace app

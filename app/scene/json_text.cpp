@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "errors.h"
-#include "text_file.h"
+#include "files.h"
 
 namespace app {
 namespace {
