@@ -17,7 +17,7 @@ demo: $(BUILD)/build.ninja
 	@echo "90 frames:       demo/ribbon.0000.png to demo/ribbon.0089.png"
 	@echo "contact sheet:   demo/ribbon_sheet.png"
 
-# The pictures of docs/looks.md and the README, at the moment each scene looks best.
+# The pictures of docs/looks.md and the README, at the moment each scene looks best, and those of docs/controls.md.
 LOOKS := glass-thread:2.95 honey:2.95 ink:2.95 lava:2.95 mercury:2.95 neon:2.95
 gallery: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
@@ -25,14 +25,16 @@ gallery: $(BUILD)/build.ninja
 	  $(BUILD)/app/cli/vorlin render scenes/$$name.json --preset $$name --time $${look#*:} --over layer -q -y -o $(BUILD)/look.png; \
 	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
 	done
+	tools/control-strips $(BUILD)/app/cli/vorlin
 
-# What editors complete scenes and presets from, and the tables of docs/scene.md.
+# What editors complete scenes and presets from, and what docs/scene.md and docs/controls.md take from the program.
 schemas: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
 	$(BUILD)/app/cli/vorlin schema | python3 -m json.tool --compact >scenes/scene.schema.json
 	$(BUILD)/app/cli/vorlin schema --preset | python3 -m json.tool --compact >presets/preset.schema.json
 	$(BUILD)/app/cli/vorlin schema --page docs/scene.md >$(BUILD)/scene.md
 	cp $(BUILD)/scene.md docs/scene.md
+	tools/control-strips $(BUILD)/app/cli/vorlin --words-only
 
 package: build
 	cd $(BUILD) && cpack
@@ -51,6 +53,11 @@ bench: | deps
 	cmake --build $(BUILD) --target $(BENCHES) vorlin vorlin_effect
 	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
 	bench/render_bench $(BUILD)
+
+# All figures that age, into one page: lines of code, what the tests count, and the benchmarks that were run.
+figures: build
+	tools/figures $(BUILD) >$(BUILD)/figures.md
+	cp $(BUILD)/figures.md docs/figures.md
 
 # The command line mistreated; the tests run a short version.
 KILLS ?= 200
