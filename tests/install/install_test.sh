@@ -17,7 +17,8 @@ export PKG_CONFIG_PATH
 "$2" ${3-} $(pkg-config --cflags vorlin-hosting) "$example/main.cpp" -o "$work/one_frame" \
   -D EFFECT="\"$(pkg-config --variable=effect vorlin-hosting)\"" $(pkg-config --libs vorlin-hosting)
 "$work/one_frame" | cmp - "$work/package.pam"
-# The stroke runs through the middle, whose alpha is full, and leaves the corner empty: after 70 bytes, 320 x 180 RGBA.
-[ "$(od -An -tx1 -j $((70 + (90 * 320 + 160) * 4 + 3)) -N 1 "$work/package.pam")" = " ff" ]
-[ "$(od -An -tx1 -j 70 -N 4 "$work/package.pam")" = " 00 00 00 00" ]
+# The stroke runs through the middle, whose alpha is full, and leaves the corner empty: after the header, 320 x 180 RGBA.
+header=$(($(wc -c <"$work/package.pam") - 320 * 180 * 4))
+[ "$(od -An -tx1 -j $((header + (90 * 320 + 160) * 4 + 3)) -N 1 "$work/package.pam")" = " ff" ]
+[ "$(od -An -tx1 -j "$header" -N 4 "$work/package.pam")" = " 00 00 00 00" ]
 "$work/prefix/bin/vorlin" about | grep -q Nuvrik
