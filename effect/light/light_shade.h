@@ -135,7 +135,6 @@ class LightShade {
   };
   /// What a ray and the surface make of each other.
   struct Meeting {
-    const LightSource* light;
     double part;
     double diffuse;   // cosine of normal and light
     double dust;      // weight of the dust colour
@@ -145,17 +144,20 @@ class LightShade {
   Ray PointRay(const LightSource& light, const FX_D_Point& surface) const;
   /// None outside the cone.
   std::optional<Ray> SpotRay(const LightSource& light, const FX_D_Point& surface) const;
-  /// None when nothing of the light reaches the surface, or its type is unknown.
+  /// Of a light that has a place; none when nothing of it reaches the surface, or its type is
+  /// unknown.
   std::optional<Ray> RayOf(const LightSource& light, const FX_D_Point& surface) const;
-  void Add(const Meeting& meeting, TSLightGather& gather) const;
+  static void AddMatte(const LightSource& light, const Meeting& meeting, TSLightGather& gather);
+  void AddHighlight(const LightSource& light, double cosine, double part,
+                    TSLightGather& gather) const;
+  void Add(const LightSource& light, const Meeting& meeting, TSLightGather& gather) const;
   template <class Meet>
   TSLightGather Gathered(const FX_D_Point& surface, const Meet& meet) const;
   FX_Double_Pixel Lit(const FX_Double_Pixel& color, const TSLightGather& gather,
                       double dust_weight) const;
 
-  static Meeting Orthographic(const FX_D_Point& normal, const LightSource& light, const Ray& ray);
-  static Meeting Viewed(const FX_D_Point& normal, const LightSource& light, const Ray& ray,
-                        const FX_D_Point& view);
+  static Meeting Orthographic(const FX_D_Point& normal, const Ray& ray);
+  static Meeting Viewed(const FX_D_Point& normal, const Ray& ray, const FX_D_Point& view);
 };
 
 }  // namespace vorlin
