@@ -160,6 +160,21 @@ void DrawControls(Dice& dice, Situation& s) {
   s.float_color = {channel(), channel(), channel(), channel()};
 }
 
+/// A brush of so many whole samples a frame: their times fall on whole units, where every other way
+/// to round shows.
+void DrawWholeSamples(Dice& dice, Situation& s) {
+  s.exact_math = true;
+  s.local_time_step = s.time_step = dice.Of<A_long>({1001, 1000, 1024, 30000});
+  s.current_time = dice.Int(3, 9) * s.local_time_step;
+  s.downsample_x = s.downsample_y = s.pixel_aspect = {1, 1};
+  const int samples = dice.Of({3, 5, 6, 7, 9, 11, 13});
+  const PF_Fixed start = Fixed(dice.Int(-60, 0));
+  s.controls[kBrush] = {{start, start + Fixed(4 * 3 * samples),
+                         s.current_time - 3 * s.local_time_step, s.current_time},
+                        Constant(s.height / 2)};
+  s.controls[kDensity].x = Constant(25);
+}
+
 Layer DrawLayer(Dice& dice, const Situation& s) {
   Layer layer;
   layer.null = dice.Once(12);
@@ -211,6 +226,7 @@ Situation Drawn(const NextNumber& next) {
   DrawTimes(dice, s);
   DrawWorlds(dice, s);
   DrawControls(dice, s);
+  if (dice.Once(8)) DrawWholeSamples(dice, s);
   const auto edge = [&] { return dice.Int(-6, 30); };
   s.request = {
       {edge(), edge(), edge() + 20, edge() + 20}, dice.Int(0, 2), dice.Int(0, 15), dice.Once(2)};

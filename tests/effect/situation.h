@@ -142,6 +142,7 @@ struct Situation {
   PF_OutFlags2 out_flags2 = 0;
   std::string message;       // in out_data before the command
   bool odd_samples = false;  // of float pixels: NaN, infinities and very large numbers among them
+  bool exact_math = false;   // the library's numbers instead of slightly other ones
   std::vector<Rule> rules;
   int threads = 1;  // of the iterations; with more than one nothing is logged
 };

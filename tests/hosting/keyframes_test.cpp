@@ -80,13 +80,17 @@ TEST(Track, MixesEveryPartOfAValue) {
 }
 
 TEST(Track, RefusesKeysThatMakeNoSense) {
-  const std::pair<const char*, Keys> cases[]{{"at least one key", {}},
-                                             {"rise in time", {{.seconds = 1}, {.seconds = 1}}},
-                                             {"rise in time", {{.seconds = 2}, {.seconds = 1}}},
-                                             {"finite", {{.seconds = NAN}}},
-                                             {"handle", {{.seconds = 1, .in = {1.5, 0}}}},
-                                             {"handle", {{.seconds = 1, .out = {-0.1, 0}}}}};
-  for (const auto& [said, keys] : cases) EXPECT_REFUSED(Track<double>(Keys(keys)), said);
+  struct Case {
+    const char* said;
+    Keys keys;
+  };
+  const Case cases[]{{"at least one key", {}},
+                     {"rise in time", {{.seconds = 1}, {.seconds = 1}}},
+                     {"rise in time", {{.seconds = 2}, {.seconds = 1}}},
+                     {"finite", {{.seconds = NAN}}},
+                     {"handle", {{.seconds = 1, .in = {1.5, 0}}}},
+                     {"handle", {{.seconds = 1, .out = {-0.1, 0}}}}};
+  for (const Case& c : cases) EXPECT_REFUSED(Track<double>(Keys(c.keys)), c.said);
 }
 
 TEST(MotionPath, IsTravelledAtAnEvenSpeed) {

@@ -198,7 +198,11 @@ TEST(Setup, ShowsTheLayersOwnFramesWhileItIsThere) {
 TEST(Renderer, RefusesImpossibleSetups) {
   using S = Scene&;
   using O = RenderOptions&;
-  const std::pair<const char*, Change> cases[]{
+  struct Case {
+    const char* said;
+    Change change;
+  };
+  const Case cases[]{
       {"0 x 90", [](S s, O) { s.width = 0; }},
       {"has 160 x 90 pixels, the layer 161 x 90", [](S s, O) { s.width = 161; }},
       {"no picture for its frame 25", [](S s, O) { s.picture = [](auto) { return nullptr; }; }},
@@ -206,7 +210,7 @@ TEST(Renderer, RefusesImpossibleSetups) {
       {"aspect", [](S s, O) { s.pixel_aspect = Rational(-1, 1); }},
       {"not at 2", [](S, O o) { o.downsample_x = Rational(2, 1); }},
       {"aligned", [](S, O o) { o.layout.alignment = 3; }}};
-  for (const auto& [said, change] : cases) EXPECT_REFUSED(RenderFrame(change), said);
+  for (const Case& c : cases) EXPECT_REFUSED(RenderFrame(c.change), c.said);
 }
 
 TEST(Progress, CancelsInEitherPass) {
