@@ -26,9 +26,10 @@ const hosting::Effect& TheEffect() {
 /// No file is read: every layer is the same picture.
 app::LayerSource OpenNothing(const std::filesystem::path& path) {
   const app::FilePattern pattern(path);  // refuses some names
-  static const hosting::PictureSource kPicture =
-      hosting::Still(hosting::Picture(2, 1, std::vector<std::uint8_t>(8)));
-  return {kPicture, [path](std::int64_t) { return path; }, 640, 360};
+  static const auto kPicture =
+      std::make_shared<const hosting::Picture>(2, 1, std::vector<std::uint8_t>(8));
+  return {[](std::int64_t, hosting::Rational) { return kPicture; },
+          [path](std::int64_t) { return path; }, 640, 360};
 }
 
 app::Scene Read(const app::JsonText& json) {

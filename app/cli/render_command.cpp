@@ -27,7 +27,7 @@ hosting::Rational ParseDownsample(const std::string& text) try {
 void AddFiles(CLI::App& render, RenderArguments& to) {
   render
       .add_option("-o,--output", to.shots.output,
-                  "out.####.png, .tif or .exr, or a movie: .mp4, .mov, .webm, .gif")
+                  "out.####.png, .tif or .exr, or a movie: .mp4, .mov, .mkv, .webm, .gif")
       ->option_text("FILE")
       ->required();
   auto* yes = render.add_flag_callback(
@@ -77,8 +77,31 @@ void AddPicture(CLI::App& render, RenderArguments& to) {
           "--downsample", [&to](const std::string& text) { to.downsample = ParseDownsample(text); },
           "render smaller, as 1/2")
       ->option_text("FACTOR");
-  AddChoice<bool>(render, "--quality", to.best_quality, {{"draft", false}, {"best", true}},
+  AddChoice<bool>(render, "--sampling", to.fine_sampling, {{"draft", false}, {"best", true}},
                   "draft samples the layer roughly; default: best");
+}
+
+void AddMovie(CLI::App& render, RenderArguments& to) {
+  render
+      .add_option_function<std::string>(
+          "--codec",
+          [&to](const std::string& name) {
+            to.codec = name;
+            if (name != "list") return;
+            PrintResult(CodecList());
+            throw CLI::Success();
+          },
+          "of a movie; list tells them all; default: h264 in .mp4, prores in .mov, vp9 in .webm")
+      ->option_text("NAME|list")
+      ->trigger_on_parse();
+  AddChoice<MovieQuality>(render, "--quality", to.quality,
+                          {{"low", MovieQuality::kLow},
+                           {"medium", MovieQuality::kMedium},
+                           {"high", MovieQuality::kHigh},
+                           {"best", MovieQuality::kBest}},
+                          "of a movie; higher needs more space; default: high");
+  render.add_flag_callback(
+      "--no-sound", [&to] { to.sound = false; }, "leave the layer's sound out of a movie");
 }
 
 void AddRunning(CLI::App& render, RenderArguments& to) {
@@ -157,6 +180,7 @@ void AddRender(CLI::App& app) {
   AddFiles(*render, *to);
   AddFrames(*render, *to);
   AddPicture(*render, *to);
+  AddMovie(*render, *to);
   AddRunning(*render, *to);
   AddTelling(*render, *to);
   render->callback(

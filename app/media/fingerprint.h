@@ -13,7 +13,8 @@ class Fingerprint {
  public:
   /// "ab" and "c" differ from "a" and "bc".
   void Add(std::string_view text);
-  /// The file's bytes. Throws FileError when they cannot be read.
+  /// The file's size and bytes; of a large file a part of them, spread over all of it, so that long
+  /// movies take no longer than pictures. Throws FileError when they cannot be read.
   void AddFile(const std::filesystem::path& path);
 
   /// 16 hexadecimal digits.

@@ -3,10 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <utility>
 
 #include "errors.h"
 #include "file_pattern.h"
+#include "movie_reader.h"
+#include "orientation.h"
 #include "picture_file.h"
 
 namespace app {
@@ -18,7 +22,7 @@ class Sequence {
   Sequence(FilePattern pattern, int first, int last)
       : pattern_(std::move(pattern)), first_(first), last_(last) {}
 
-  std::shared_ptr<const hosting::Picture> operator()(std::int64_t layer_frame) {
+  std::shared_ptr<const hosting::Picture> operator()(std::int64_t layer_frame, hosting::Rational) {
     const int wanted = Number(layer_frame);
     if (!kept_ || kept_number_ != wanted) {
       kept_ = std::make_shared<const hosting::Picture>(ReadPicture(pattern_.At(wanted)));
@@ -62,8 +66,71 @@ LayerSource OpenSequence(const FilePattern& pattern) {
     }
   }
   const Sequence sequence(pattern, numbers.front(), numbers.back());
-  return {sequence, [sequence](std::int64_t frame) { return sequence.File(frame); }, size.width,
-          size.height};
+  return {.picture = sequence,
+          .file = [sequence](std::int64_t frame) { return sequence.File(frame); },
+          .width = size.width,
+          .height = size.height,
+          .first_number = numbers.front(),
+          .frames = static_cast<std::int64_t>(numbers.size())};
+}
+
+Orientation OrientationOf(const MovieFacts& facts) {
+  constexpr std::array kTurns{Orientation::kUpright, Orientation::kClockwise,
+                              Orientation::kHalfTurn, Orientation::kCounterClockwise};
+  return kTurns.at(static_cast<std::size_t>(facts.quarter_turns));
+}
+
+/// Frames of a movie, upright.
+class UprightMovie {
+ public:
+  explicit UprightMovie(std::filesystem::path path) : path_(std::move(path)) {}
+
+  std::shared_ptr<const hosting::Picture> At(double seconds) {
+    if (!reader_) reader_.emplace(path_);
+    auto stored = reader_->At(seconds);
+    if (stored != stored_) {
+      stored_ = std::move(stored);
+      const Orientation orientation = OrientationOf(reader_->facts());
+      upright_ = orientation == Orientation::kUpright
+                     ? stored_
+                     : std::make_shared<const hosting::Picture>(Oriented(*stored_, orientation));
+    }
+    return upright_;
+  }
+
+ private:
+  std::filesystem::path path_;
+  std::optional<MovieReader> reader_;
+  std::shared_ptr<const hosting::Picture> stored_;
+  std::shared_ptr<const hosting::Picture> upright_;
+};
+
+LayerSource OpenMovie(const std::filesystem::path& path) {
+  const MovieFacts facts = MovieReader(path).facts();
+  LayerSource layer{.picture =
+                        [movie = std::make_shared<UprightMovie>(path)](std::int64_t frame,
+                                                                       hosting::Rational rate) {
+                          return movie->At(static_cast<double>(frame) / rate.value());
+                        },
+                    .file = [path](std::int64_t) { return path; },
+                    .width = facts.width,
+                    .height = facts.height,
+                    .pixel_aspect = facts.pixel_aspect,
+                    .movie = LayerSource::Movie{path, facts.frame_rate, facts.seconds,
+                                                facts.has_sound, facts.first_frame}};
+  if (SwapsSides(OrientationOf(facts))) {
+    std::swap(layer.width, layer.height);
+    layer.pixel_aspect = {facts.pixel_aspect.den(), facts.pixel_aspect.num()};
+  }
+  return layer;
+}
+
+LayerSource OpenPicture(const std::filesystem::path& path) {
+  const auto picture = std::make_shared<const hosting::Picture>(ReadPicture(path));
+  return {.picture = [picture](std::int64_t, hosting::Rational) { return picture; },
+          .file = [path](std::int64_t) { return path; },
+          .width = picture->width(),
+          .height = picture->height()};
 }
 
 }  // namespace
@@ -71,10 +138,7 @@ LayerSource OpenSequence(const FilePattern& pattern) {
 LayerSource OpenLayer(const std::filesystem::path& path) {
   const FilePattern pattern(path);
   if (pattern.numbered() && !std::filesystem::exists(path)) return OpenSequence(pattern);
-  hosting::Picture picture = ReadPicture(path);
-  const int width = picture.width();
-  const int height = picture.height();
-  return {hosting::Still(std::move(picture)), [path](std::int64_t) { return path; }, width, height};
+  return IsMovieName(path) ? OpenMovie(path) : OpenPicture(path);
 }
 
 }  // namespace app

@@ -20,13 +20,17 @@ struct PictureSize {
 /// be called before anything else here.
 void KeepPicturesSingleThreaded();
 
-/// What the file's header says. Throws FileError.
+/// Whether a file of this name is a movie: its extension is that of one, or none that pictures
+/// have.
+bool IsMovieName(const std::filesystem::path& path);
+
+/// What the file's header says, of the upright picture. Throws FileError.
 PictureSize SizeOfPicture(const std::filesystem::path& path);
 
 /// Reads PNG, JPEG, EXR, TIFF and what else the picture library knows. Integers of up to 8 bits
 /// stay 8, of 16 bits 16, all else becomes float. Grey and RGB become opaque RGBA; premultiplied
-/// colours are divided by their alpha where that is not zero. No colour conversion. Throws
-/// FileError.
+/// colours are divided by their alpha where that is not zero. Turned upright as the file's EXIF
+/// data says. No colour conversion. Throws FileError.
 hosting::Picture ReadPicture(const std::filesystem::path& path);
 
 /// A picture as its file's bytes.

@@ -9,11 +9,14 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
+#include <string>
 #include <string_view>
 #include <thread>
 #include <type_traits>
 
 #include "errors.h"
+#include "orientation.h"
 #include "picture_file.h"
 
 namespace app {
@@ -83,19 +86,26 @@ class PictureReader {
 
   PictureSize size() const {
     // The display window, when the pixels cover another one.
-    return {spec().full_width, spec().full_height};
+    const PictureSize stored{spec().full_width, spec().full_height};
+    return SwapsSides(orientation()) ? PictureSize{stored.height, stored.width} : stored;
   }
 
   std::string Software() const { return spec().get_string_attribute("Software"); }
 
-  hosting::Picture Read() {
+  hosting::Picture Read() { return Oriented(ReadStored(), orientation()); }
+
+ private:
+  hosting::Picture ReadStored() {
     const auto type = static_cast<OIIO::TypeDesc::BASETYPE>(spec().format.basetype);
     if (type == OIIO::TypeDesc::UINT8) return ReadAs<std::uint8_t>();
     if (type == OIIO::TypeDesc::UINT16) return ReadAs<std::uint16_t>();
     return ReadAs<float>();
   }
 
- private:
+  Orientation orientation() const {
+    return static_cast<Orientation>(spec().get_int_attribute("Orientation", 1));
+  }
+
   const OIIO::ImageSpec& spec() const { return input_->spec(); }
 
   void CheckSize(std::uintmax_t file_size) const {
@@ -190,7 +200,8 @@ class PictureReader {
         s.x == s.full_x && s.y == s.full_y && s.width == s.full_width && s.height == s.full_height;
     if (same) return {s.width, s.height, std::move(pixels)};
 
-    const auto [width, height] = size();
+    const int width = s.full_width;
+    const int height = s.full_height;
     std::vector<Channel> canvas(4 * static_cast<std::size_t>(width) *
                                 static_cast<std::size_t>(height));
     const std::int64_t left = std::int64_t{s.x} - s.full_x;
@@ -223,6 +234,23 @@ void KeepPicturesSingleThreaded() {
   for (int tries = 0; tries < 2000 && threads() > before; ++tries) {
     std::this_thread::sleep_for(std::chrono::microseconds(500));
   }
+}
+
+bool IsMovieName(const std::filesystem::path& path) {
+  std::string extension = path.extension().string();
+  if (extension.empty()) return false;
+  extension = extension.substr(1);
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  // "format:extension,extension;format:...": what the library reads movies with are two of them.
+  std::istringstream formats(OIIO::get_string_attribute("extension_list"));
+  for (std::string format; std::getline(formats, format, ';');) {
+    if (format.starts_with("ffmpeg:") || format.starts_with("gif:")) continue;
+    std::istringstream extensions(format.substr(format.find(':') + 1));
+    for (std::string e; std::getline(extensions, e, ',');) {
+      if (e == extension) return false;
+    }
+  }
+  return true;
 }
 
 PictureSize SizeOfPicture(const std::filesystem::path& path) {

@@ -37,7 +37,7 @@ MovieFeed::MovieFeed(const RenderPlan& plan, int slots)
       memory_(frame_bytes_ * static_cast<std::size_t>(slots)),
       file_(plan.arguments().shots.output),
       ffmpeg_(format_.Command(plan.width(), plan.height(), plan.scene().setup.time.frame_rate(),
-                              plan.scene().setup.pixel_aspect, file_.hidden())) {}
+                              plan.scene().setup.pixel_aspect, plan.Sound(), file_.hidden())) {}
 
 FrameStore MovieFeed::Store() const {
   return [this](int frame, hosting::World picture) {

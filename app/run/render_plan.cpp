@@ -33,7 +33,11 @@ std::optional<PF_LRect> ParseRegion(const std::string& text) {
 }
 
 std::optional<MovieFormat> MovieFor(const RenderArguments& arguments) {
-  auto movie = MovieFormatFor(arguments.shots.output, arguments.depth);
+  auto movie =
+      MovieFormatFor(arguments.shots.output, arguments.depth, arguments.codec, arguments.quality);
+  if (!movie && !arguments.codec.empty()) {
+    throw InputError("--codec is for movies: .mp4, .mov, .mkv, .webm, .gif or .apng");
+  }
   const std::pair<bool, const char*> for_pictures[] = {
       {!arguments.shots.chunk.empty(), "--chunk"}, {arguments.skip_existing, "--skip-existing"},
       {arguments.keep_going, "--keep-going"},      {!arguments.alpha.empty(), "--alpha"},
@@ -71,7 +75,7 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
       movie_(MovieFor(arguments)),
       format_(FormatFor(arguments, movie_.has_value())),
       shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, scene_.setup.time)),
-      backdrop_(arguments.over) {
+      backdrop_(arguments.over.empty() && movie_ && !movie_->has_alpha ? "layer" : arguments.over) {
   backdrop_.CheckSize(scene_.setup.width, scene_.setup.height);
   AddCommonFingerprint();
   if (arguments.skip_existing) {
@@ -99,23 +103,42 @@ void RenderPlan::AddCommonFingerprint() {
   common_.Add(VORLIN_VERSION);
   common_.AddFile(effect_file_);
   common_.AddFile(arguments_.scene);
+  if (scene_.layer.frames == 0) common_.AddFile(scene_.layer.file(0));
   const SceneChanges& changes = arguments_.changes;
   common_.Add(changes.preset.empty() ? "" : "preset");
   if (!changes.preset.empty()) common_.AddFile(changes.preset);
   for (const std::string& setting : changes.settings) common_.Add(setting);
   common_.Add(fmt::format("{} {} {} {} {} {} {} {}", static_cast<int>(arguments_.depth),
                           arguments_.alpha, arguments_.over, arguments_.region,
-                          arguments_.downsample.Text(), arguments_.classic, arguments_.best_quality,
-                          arguments_.field));
+                          arguments_.downsample.Text(), arguments_.classic,
+                          arguments_.fine_sampling, arguments_.field));
   std::error_code ignored;
   if (std::filesystem::is_regular_file(arguments_.over, ignored)) common_.AddFile(arguments_.over);
+}
+
+std::optional<MovieSound> RenderPlan::Sound() const {
+  const auto& layer = scene_.layer.movie;
+  if (!arguments_.sound || !layer || !layer->has_sound || movie_->sound.empty()) return {};
+  // Frames that are left out would leave the sound behind.
+  for (std::size_t i = 1; i < shots_.size(); ++i) {
+    if (shots_[i].number != shots_[i - 1].number + 1) return {};
+  }
+  const hosting::Setup& setup = scene_.setup;
+  const hosting::Span& there = setup.composition.EffectLayer().span;
+  const double start = setup.time.Seconds(shots_.front().time);
+  const double end = start + static_cast<double>(shots_.size()) / setup.time.frame_rate().value();
+  const double layer_start = setup.time.Seconds(setup.layer_start);
+  const double begin = std::max({start, layer_start, there.in});
+  const double seconds = std::min(end, there.out) - begin;
+  if (!(seconds > 0)) return {};
+  return MovieSound{layer->file, layer->first_frame + begin - layer_start, seconds, begin - start};
 }
 
 hosting::RenderOptions RenderPlan::Options() const {
   hosting::RenderOptions options;
   options.depth = arguments_.depth;
   options.smart = !arguments_.classic;
-  options.high_quality = arguments_.best_quality;
+  options.high_quality = arguments_.fine_sampling;
   options.region = region_;
   options.downsample_x = options.downsample_y = arguments_.downsample;
   options.keep_worlds = arguments_.field;
@@ -151,8 +174,8 @@ std::shared_ptr<const hosting::Picture> RenderPlan::Layer(const Shot& shot) cons
 std::string RenderPlan::Software(const Shot& shot) const {
   Fingerprint fingerprint = common_;
   fingerprint.Add(std::to_string(shot.time));
-  if (const auto frame = scene_.setup.LayerFrame(shot.time))
-    fingerprint.AddFile(scene_.layer_file(*frame));
+  const auto frame = scene_.setup.LayerFrame(shot.time);
+  if (frame && scene_.layer.frames > 0) fingerprint.AddFile(scene_.layer.file(*frame));
   return fmt::format("vorlin {}, fingerprint {}", VORLIN_VERSION, fingerprint.Text());
 }
 

@@ -40,6 +40,9 @@ class RenderPlan {
   int width() const;
   int height() const;
 
+  /// The layer's sound during the shots of a movie, if it is wanted and there is any.
+  std::optional<MovieSound> Sound() const;
+
   /// Without a number of threads, progress and observer, which are a process's own.
   hosting::RenderOptions Options() const;
   /// Memory that a process needs to render frames, about.

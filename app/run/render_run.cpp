@@ -199,12 +199,6 @@ class RenderRun {
     };
     tell(clipped_, "pictures lost colours beyond black and white; .exr and 32-bit .tif keep them");
     tell(hidden_lost_, "pictures lost colours where alpha is 0; --alpha straight keeps them");
-    if (movie_ && !plan_.movie()->has_alpha && plan_.arguments().over.empty()) {
-      results_.notes.emplace_back(
-          "this kind of movie has no transparency: the stroke is put over black; "
-          "--over chooses something else, .mov and .webm keep it");
-      progress_.Note(results_.notes.back());
-    }
   }
 
   RenderResults::Frame& FrameOf(int shot) {

@@ -13,23 +13,39 @@
 namespace app {
 namespace {
 
-hosting::TimeBase ReadTimeBase(const Node& root) {
+hosting::TimeBase ReadTimeBase(const Node& root, const LayerSource& layer) {
   const auto rate = root.Find("frame_rate");
   const auto layer_rate = root.Find("layer_frame_rate");
   const hosting::Rational frame_rate =
-      rate ? rate->Rate() : hosting::Rational(SceneFormat().Find("frame_rate")->initial.asInt(), 1);
+      rate          ? rate->Rate()
+      : layer.movie ? layer.movie->frame_rate
+                    : hosting::Rational(SceneFormat().Find("frame_rate")->initial.asInt(), 1);
   const Node& last = layer_rate ? *layer_rate : rate ? *rate : root;
   return last.Try(
       [&] { return hosting::TimeBase(frame_rate, layer_rate ? layer_rate->Rate() : frame_rate); });
 }
 
-int ReadFrameCount(const Node& duration, const hosting::TimeBase& time) {
+hosting::Rational LayerRate(const Node& root, const hosting::TimeBase& time) {
+  const auto written = root.Find("layer_frame_rate");
+  return written ? written->Rate() : time.frame_rate();
+}
+
+int FrameCount(double seconds, const hosting::TimeBase& time) {
+  return std::max(1, static_cast<int>(std::lround(seconds * time.frame_rate().value())));
+}
+
+/// A movie's own length where the scene does not say one.
+int ReadFrameCount(const Node& root, const LayerSource& layer, const hosting::TimeBase& time) {
+  if (!root.Find("duration") && layer.movie && layer.movie->seconds > 0) {
+    return FrameCount(std::min(layer.movie->seconds, time.MaxSeconds()), time);
+  }
+  const Node duration = root.Need("duration");
   const double seconds = duration.Number();
   if (!(seconds > 0 && seconds <= time.MaxSeconds())) {
     duration.Fail(fmt::format("the duration is more than 0 and at most {:.0f} seconds, not {}",
                               std::floor(time.MaxSeconds()), seconds));
   }
-  return std::max(1, static_cast<int>(std::lround(seconds * time.frame_rate().value())));
+  return FrameCount(seconds, time);
 }
 
 void ReadLayerTimes(const Node& root, hosting::Setup& setup) {
@@ -63,18 +79,19 @@ Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
                 const SceneChanges& changes) {
   const Node root = Node(json).Open(SceneFormat());
   Scene scene;
+  scene.layer = ReadLayer(root.Need("layer"), folder, open);
   hosting::Setup& setup = scene.setup;
-  setup.time = ReadTimeBase(root);
-  scene.frames = ReadFrameCount(root.Need("duration"), setup.time);
+  setup.time = ReadTimeBase(root, scene.layer);
+  scene.frames = ReadFrameCount(root, scene.layer, setup.time);
   ReadLayerTimes(root, setup);
-  if (const auto aspect = root.Find("pixel_aspect")) setup.pixel_aspect = aspect->WholePair();
+  const auto aspect = root.Find("pixel_aspect");
+  setup.pixel_aspect = aspect ? aspect->WholePair() : scene.layer.pixel_aspect;
   if (const auto lights = root.Find("lights")) ReadLights(*lights, setup.composition);
 
-  LayerSource layer = ReadLayer(root.Need("layer"), folder, open);
-  setup.width = layer.width;
-  setup.height = layer.height;
-  setup.picture = std::move(layer.picture);
-  scene.layer_file = std::move(layer.file);
+  setup.width = scene.layer.width;
+  setup.height = scene.layer.height;
+  setup.picture = [picture = scene.layer.picture, rate = LayerRate(root, setup.time)](
+                      std::int64_t frame) { return picture(frame, rate); };
 
   setup.controls = hosting::ControlTracks(effect.controls(), setup.width, setup.height);
   if (const auto controls = root.Find("controls")) ReadControls(*controls, setup.controls);

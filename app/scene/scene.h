@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <optional>
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
@@ -11,13 +13,27 @@
 
 namespace app {
 
-/// What the effect is applied to.
+/// What the effect is applied to: a picture, a numbered sequence of them, or a movie.
 struct LayerSource {
-  hosting::PictureSource picture;
+  /// The picture for a frame of the layer, of which there are `rate` a second.
+  std::function<std::shared_ptr<const hosting::Picture>(std::int64_t layer_frame,
+                                                        hosting::Rational rate)>
+      picture;
   /// Where the picture for a frame of the layer is.
   std::function<std::filesystem::path(std::int64_t layer_frame)> file;
   int width = 0;
   int height = 0;
+  hosting::Rational pixel_aspect{};
+  int first_number = 0;     // of a sequence
+  std::int64_t frames = 0;  // of a sequence; 0: it is none
+  struct Movie {
+    std::filesystem::path file;
+    hosting::Rational frame_rate;
+    double seconds = 0;  // 0: it does not say
+    bool has_sound = false;
+    double first_frame = 0;  // seconds after the file's beginning; sound may begin earlier
+  };
+  std::optional<Movie> movie{};
 };
 
 /// Opens the layer that a scene names. Throws InputError when the name is wrong, FileError when its
@@ -28,8 +44,7 @@ using LayerOpener = std::function<LayerSource(const std::filesystem::path&)>;
 struct Scene {
   hosting::Setup setup;
   int frames = 1;  // of its duration
-  /// The file that holds the layer's picture for a frame of the layer.
-  std::function<std::filesystem::path(std::int64_t layer_frame)> layer_file;
+  LayerSource layer;
 };
 
 /// Reads and checks a scene and opens its layer; paths are relative to the scene's file. Throws

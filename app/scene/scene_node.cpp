@@ -1,11 +1,11 @@
 #include "scene_node.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 
 #include "color_text.h"
+#include "hosting/time_base.h"
 #include "suggest.h"
 
 namespace app {
@@ -110,8 +110,8 @@ void Node::CheckRange(double number) const {
 hosting::Rational Node::Rate() const {
   if (!value_->isNumeric() && !value_->isString()) Expected("a number or \"30000/1001\"");
   return Try([&] {
-    return hosting::Rational::Parse(value_->isString() ? value_->asString()
-                                                       : std::string(text_->Written(*value_)));
+    return hosting::StandardFrameRate(hosting::Rational::Parse(
+        value_->isString() ? value_->asString() : std::string(text_->Written(*value_))));
   });
 }
 

@@ -42,7 +42,7 @@ class Node {
 
   std::string Text() const;
   double Number() const;
-  /// 30, 29.97 or "30000/1001", exactly as written.
+  /// 30, 29.97 or "30000/1001"; the rate that is meant.
   hosting::Rational Rate() const;
   hosting::Rational WholePair() const;
   hosting::Point Point() const;

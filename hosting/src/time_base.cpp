@@ -24,6 +24,16 @@ std::int64_t CheckedRate(Rational rate, const char* whose) {
 
 }  // namespace
 
+Rational StandardFrameRate(Rational written) {
+  if (written.den() == 1) return written;
+  for (const std::int64_t whole : {24, 30, 48, 60, 120}) {
+    const Rational broadcast(whole * 1000, 1001);
+    // Two decimals are the fewest that people write.
+    if (std::abs(written.value() - broadcast.value()) < 0.00501) return broadcast;
+  }
+  return written;
+}
+
 TimeBase::TimeBase(Rational frame_rate, Rational layer_frame_rate) : frame_rate_(frame_rate) {
   const std::int64_t a = CheckedRate(frame_rate, "the");
   const std::int64_t b = CheckedRate(layer_frame_rate, "the layer's");

@@ -32,7 +32,7 @@ done <<'EOF'
 render|#re
 --depth|--downsample|#render --d
 8|16|32|#render --depth ''
-draft|#render --quality = d
+low|#render --quality = l
 honey|#render --preset ho
 glass-thread|#sheet --preset g
 Time\ Span\ \(sec\)=|#render --set 'Time\ S'

@@ -8,6 +8,10 @@
 
 namespace hosting {
 
+/// The rate that is meant: 23.976 and 23.98 are written for 24000/1001, 29.97 for 30000/1001, and
+/// likewise for 48, 60 and 120. All other rates are meant as written.
+Rational StandardFrameRate(Rational written);
+
 /// Time units in which a frame of the composition and a frame of the layer are both whole numbers
 /// of at least 1000 units, so that an effect that samples inside a frame finds times to sample at.
 class TimeBase {
