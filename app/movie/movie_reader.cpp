@@ -105,6 +105,7 @@ class MovieReader::Impl {
 
   std::shared_ptr<const hosting::Picture> At(double seconds) {
     const std::int64_t target = first_ + Ticks(std::max(0.0, seconds) + kSlackSeconds);
+    if (!current_) Open();
     if (target < current_->pts || target > current_->pts + Ticks(kSeekSeconds)) Seek(target);
     while (next_ && next_->pts <= target) Advance();
     if (!next_) CheckEnd(seconds);
@@ -156,7 +157,7 @@ class MovieReader::Impl {
       if (static_cast<int>(i) != video) opened->streams[i]->discard = AVDISCARD_ALL;
     }
     OpenDecoder();
-    ended_ = false;
+    ended_ = damaged_ = false;
     frame_ticks_ = std::max<std::int64_t>(
         1,
         Ticks(1 / AsRational(stream_->avg_frame_rate).value_or(hosting::Rational(25, 1)).value()));
@@ -250,11 +251,12 @@ class MovieReader::Impl {
     for (;;) {
       const int got = avcodec_receive_frame(codec_.get(), frame.get());
       if (got == 0) {
-        if (frame->decode_error_flags != 0 && !seeking_) FailDamaged();
-        return frame;
+        if (frame->decode_error_flags == 0 || seeking_) return frame;
+        damaged_ = true;
+        return nullptr;
       }
       if (got == AVERROR_EOF || ended_) return nullptr;
-      if (got != AVERROR(EAGAIN)) FailDamaged();
+      if (got != AVERROR(EAGAIN)) damaged_ = true;
       Feed();
     }
   }
@@ -266,23 +268,23 @@ class MovieReader::Impl {
     int read = 0;
     do {
       av_packet_unref(packet.get());
-      read = av_read_frame(format_.get(), packet.get());
+      read = damaged_ ? AVERROR_EOF : av_read_frame(format_.get(), packet.get());
     } while (read >= 0 && packet->stream_index != stream_->index);
-    if (read < 0) {  // the end, or where the file breaks off, which its declared end will tell
-      ended_ = avcodec_send_packet(codec_.get(), nullptr) < 0;
-      return;
-    }
-    if (avcodec_send_packet(codec_.get(), packet.get()) < 0 && !seeking_) FailDamaged();
+    const int sent = avcodec_send_packet(codec_.get(), read < 0 ? nullptr : packet.get());
+    if (read < 0) ended_ = sent < 0;
+    // Of the frames before it some are still to come.
+    if (read >= 0 && sent < 0 && !seeking_) damaged_ = true;
   }
 
-  [[noreturn]] void FailDamaged() const {
-    Fail(current_
-             ? fmt::format("it is damaged at {:.2f} s", Seconds((next_ ? *next_ : *current_).pts))
-             : "its first frame is damaged");
+  /// Whether the file goes on.
+  bool IsMore() {
+    const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
+    return packet && av_read_frame(format_.get(), packet.get()) >= 0;
   }
 
-  void CheckEnd(double seconds) const {
+  void CheckEnd(double seconds) {
     const double end = Seconds(current_->pts + std::max(current_->pkt_duration, frame_ticks_));
+    if (seconds >= end && damaged_ && IsMore()) Fail(fmt::format("it is damaged at {:.2f} s", end));
     if (seconds >= end && end + kMissingSeconds < facts_.seconds) {
       Fail(fmt::format("it breaks off at {:.2f} s; it should be {:.2f} s long", end,
                        facts_.seconds));
@@ -303,7 +305,7 @@ class MovieReader::Impl {
   bool SeekTo(std::int64_t pts) {
     if (av_seek_frame(format_.get(), stream_->index, pts, AVSEEK_FLAG_BACKWARD) < 0) return false;
     avcodec_flush_buffers(codec_.get());
-    ended_ = false;
+    ended_ = damaged_ = false;
     next_.reset();
     seeking_ = true;
     // A time that is only guessed may be that of another frame, just here.
@@ -330,6 +332,7 @@ class MovieReader::Impl {
   std::int64_t frame_ticks_ = 1;  // of a frame that does not say how long it is
   bool tells_times_ = false;      // else there are only those of decoding
   bool ended_ = false;
+  bool damaged_ = false;  // what follows cannot be decoded
   bool seeking_ = false;  // frames that lack what they refer to are passed over
   FramePtr current_;
   FramePtr next_;

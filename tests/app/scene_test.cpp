@@ -154,7 +154,7 @@ TEST_F(Scenes, KeepWhatTheySay) {
   })");
   EXPECT_EQ(scene.frames, 60);
   const hosting::Setup& setup = scene.setup;
-  EXPECT_EQ(setup.time.frame_rate(), hosting::Rational(2997, 100));
+  EXPECT_EQ(setup.time.frame_rate(), hosting::Rational(30000, 1001));
   EXPECT_EQ(setup.time.layer_step() * 24, static_cast<A_long>(setup.time.scale()));
   EXPECT_EQ(setup.pixel_aspect, hosting::Rational(10, 11));
   EXPECT_EQ(setup.layer_start, setup.time.Time(0.5));

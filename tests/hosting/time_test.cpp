@@ -16,6 +16,21 @@ TEST(Rational, ReadsRatesAsTheyAreWritten) {
     EXPECT_REFUSED(Rational::Parse(text), text);
 }
 
+TEST(FrameRates, WrittenShortAreThoseOfBroadcast) {
+  const std::pair<const char*, const char*> cases[]{{"23.976", "24000/1001"},
+                                                    {"23.98", "24000/1001"},
+                                                    {"29.97", "30000/1001"},
+                                                    {"59.94", "60000/1001"},
+                                                    {"47.952", "48000/1001"},
+                                                    {"30000/1001", "30000/1001"},
+                                                    {"24", "24"},
+                                                    {"12.5", "25/2"},
+                                                    {"29.9", "299/10"}};
+  for (const auto& [text, rate] : cases) {
+    EXPECT_EQ(StandardFrameRate(Rational::Parse(text)).Text(), rate) << text;
+  }
+}
+
 TEST(TimeBase, MakesWholeFramesOfAtLeastAThousandUnits) {
   const struct {
     Rational rate;
