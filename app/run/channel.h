@@ -11,6 +11,11 @@ namespace app {
 template <class T>
 class Channel {
  public:
+  void WaitForRoom() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !value_; });
+  }
+
   /// Waits until there is room.
   void Put(T value) {
     std::unique_lock lock(mutex_);

@@ -42,8 +42,9 @@ std::uint64_t AvailableBytes() {
 
 /// `jobs` and `threads` are what the user asks for, 0 where they do not. A process for every core
 /// wastes least, if there are as many frames and memory allows; what cores are left become threads.
-Parallelism ChooseParallelism(int jobs, int threads, std::size_t frames,
-                              std::uint64_t bytes_a_job) {
+/// Of a movie every process decodes all frames: there two cores share one.
+Parallelism ChooseParallelism(int jobs, int threads, std::size_t frames, std::uint64_t bytes_a_job,
+                              bool layer_is_movie) {
   const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   const auto bounded = [](std::uint64_t n) {
     return static_cast<int>(std::clamp<std::uint64_t>(n, 1, kMostJobs));
@@ -51,7 +52,8 @@ Parallelism ChooseParallelism(int jobs, int threads, std::size_t frames,
   const int useful = bounded(frames);
   if (jobs == 0) {
     const int for_memory = bounded(AvailableBytes() / 4 * 3 / bytes_a_job);
-    jobs = std::min({useful, for_memory, threads > 0 ? std::max(1, cores / threads) : cores});
+    const int cores_a_job = threads > 0 ? threads : layer_is_movie ? 2 : 1;
+    jobs = std::min({useful, for_memory, std::max(1, cores / cores_a_job)});
   }
   jobs = std::min(jobs, useful);
   return {jobs, threads > 0 ? threads : std::max(1, cores / jobs)};
@@ -121,7 +123,7 @@ class RenderRun {
     // A trace is of one frame after the other, each in order.
     if (!arguments.trace.empty()) return {1, 1};
     return ChooseParallelism(arguments.jobs, arguments.threads, plan.shots().size(),
-                             plan.BytesAWorker());
+                             plan.BytesAWorker(), plan.scene().layer.movie.has_value());
   }
 
   /// The life of a worker process.

@@ -66,6 +66,7 @@ class Pipeline {
  private:
   void Read() {
     while (const auto job = socket_.Receive<Job>()) {
+      read_.WaitForRoom();  // a layer that is read too early takes memory
       Item item;
       item.shot = job->shot;
       const Stopwatch watch;
