@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "files.h"
 #include "layer_source.h"
-#include "scene.h"
+#include "scene_notes.h"
 #include "shared_options.h"
 
 namespace app {
@@ -18,10 +18,14 @@ struct Arguments {
 void Check(const Arguments& arguments) {
   const hosting::Effect effect(FindEffect(arguments.effect));
   const Scene scene = ReadScene(arguments.scene, effect, OpenLayer);
+  scene.CheckLayer();
   const hosting::Setup& setup = scene.setup;
   fmt::print("{}: good: {} x {} pixels, {} frames at {} a second, {} lights\n",
              arguments.scene.string(), setup.width, setup.height, scene.frames,
              setup.time.frame_rate().Text(), setup.composition.layers.size() - 1);
+  for (const std::string& note : SceneNotes(scene)) {
+    fmt::print("{}: note: {}\n", arguments.scene.string(), note);
+  }
 }
 
 }  // namespace

@@ -48,6 +48,9 @@ int Run(int argc, char** argv) {
   } catch (...) {
     const app::Error error = app::AsError(std::current_exception());
     fmt::print(stderr, "vorlin: error: {}\n", error.what());
+    for (const std::string& other : error.others()) {
+      fmt::print(stderr, "vorlin: error: {}\n", other);
+    }
     return static_cast<int>(error.code());
   }
 }

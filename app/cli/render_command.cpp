@@ -50,6 +50,11 @@ void AddFrames(CLI::App& render, RenderArguments& to) {
   render.add_option("--time", shots.time, "one picture, of this time, as 1.25s")
       ->option_text("SECONDS")
       ->excludes(frames);
+  render
+      .add_option("--start-number", shots.first_number,
+                  "of the first frame; default: 0, or as the layer's pictures are numbered")
+      ->option_text("N")
+      ->check(CLI::Range(0, 1000000));
   render.add_option("--chunk", shots.chunk, "only a part of the frames, as 3/20: the 3rd of 20")
       ->option_text("PART/PARTS");
 }
@@ -166,6 +171,9 @@ void RenderWithJsonErrors(const RenderArguments& arguments) {
   } catch (...) {
     const Error error = AsError(std::current_exception());
     RenderProgress::PrintError(arguments.progress, error.what());
+    for (const std::string& other : error.others()) {
+      RenderProgress::PrintError(arguments.progress, other);
+    }
     throw ErrorShown{error.code()};
   }
 }

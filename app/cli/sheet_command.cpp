@@ -85,10 +85,11 @@ void SheetOfScene(const Arguments& arguments) {
   RenderResults results;
   RunPlan(plan, render.progress, results);
 
-  const double rate = plan.scene().setup.time.frame_rate().value();
+  const hosting::TimeBase& time = plan.scene().setup.time;
   ContactSheet sheet(static_cast<int>(plan.shots().size()), arguments.columns, arguments.width);
   for (const Shot& shot : plan.shots()) {
-    sheet.Add(ReadPicture(shot.file), fmt::format("{}  {:.2f} s", shot.number, shot.number / rate));
+    sheet.Add(ReadPicture(shot.file),
+              fmt::format("{}  {:.2f} s", shot.number, time.Seconds(shot.time)));
   }
   WriteSheet(sheet, arguments);
 }

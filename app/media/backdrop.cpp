@@ -2,10 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <array>
+#include <filesystem>
+
 #include "color_text.h"
 #include "errors.h"
 #include "over.h"
 #include "picture_file.h"
+#include "suggest.h"
 
 namespace app {
 namespace {
@@ -48,6 +52,13 @@ Backdrop::Backdrop(const std::string& text) : text_(text) {
   } else if (const auto color = ParseColor(text)) {
     kind_ = *color;
   } else {
+    std::error_code ignored;
+    if (!std::filesystem::exists(text, ignored) &&
+        std::filesystem::path(text).extension().empty()) {
+      throw InputError(
+          fmt::format("\"{}\" is neither layer, checker, a colour #rrggbb nor a picture{}", text,
+                      DidYouMean(text, std::array<std::string, 2>{"layer", "checker"})));
+    }
     kind_ = std::make_shared<const hosting::Picture>(ReadPicture(text));
   }
 }

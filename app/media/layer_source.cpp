@@ -19,16 +19,28 @@ namespace {
 /// Reads the pictures of a sequence when they are asked for, and keeps the last one.
 class Sequence {
  public:
-  Sequence(FilePattern pattern, int first, int last)
-      : pattern_(std::move(pattern)), first_(first), last_(last) {}
+  Sequence(FilePattern pattern, int first, int last, PictureSize size)
+      : pattern_(std::move(pattern)), first_(first), last_(last), size_(size) {}
 
   std::shared_ptr<const hosting::Picture> operator()(std::int64_t layer_frame, hosting::Rational) {
     const int wanted = Number(layer_frame);
     if (!kept_ || kept_number_ != wanted) {
-      kept_ = std::make_shared<const hosting::Picture>(ReadPicture(pattern_.At(wanted)));
+      kept_.reset();
+      auto picture = std::make_shared<const hosting::Picture>(ReadPicture(pattern_.At(wanted)));
+      CheckSize(wanted, {picture->width(), picture->height()});
+      kept_ = std::move(picture);
       kept_number_ = wanted;
     }
     return kept_;
+  }
+
+  /// Throws FileError unless that picture is there and has the sequence's size.
+  void Check(int number) const {
+    const std::filesystem::path file = pattern_.At(number);
+    if (!std::filesystem::exists(file)) {
+      throw FileError(fmt::format("\"{}\" is missing in its sequence", file.string()));
+    }
+    CheckSize(number, SizeOfPicture(file));
   }
 
   std::filesystem::path File(std::int64_t layer_frame) const {
@@ -40,9 +52,17 @@ class Sequence {
     return static_cast<int>(first_ + std::clamp<std::int64_t>(layer_frame, 0, last_ - first_));
   }
 
+  void CheckSize(int number, PictureSize size) const {
+    if (size == size_) return;
+    throw FileError(fmt::format("\"{}\" has {} x {} pixels, the sequence's first picture {} x {}",
+                                pattern_.At(number).string(), size.width, size.height, size_.width,
+                                size_.height));
+  }
+
   FilePattern pattern_;
   int first_;
   int last_;
+  PictureSize size_;
   int kept_number_ = 0;
   std::shared_ptr<const hosting::Picture> kept_;
 };
@@ -52,26 +72,25 @@ LayerSource OpenSequence(const FilePattern& pattern) {
   if (numbers.empty()) {
     throw FileError(fmt::format("there is no picture \"{}\"", pattern.path().string()));
   }
-  const PictureSize size = SizeOfPicture(pattern.At(numbers.front()));
-  for (std::size_t i = 1; i < numbers.size(); ++i) {
-    if (numbers[i] != numbers[i - 1] + 1) {
-      throw FileError(fmt::format("\"{}\" is missing in its sequence",
-                                  pattern.At(numbers[i - 1] + 1).string()));
-    }
-    const PictureSize other = SizeOfPicture(pattern.At(numbers[i]));
-    if (other != size) {
-      throw FileError(fmt::format("\"{}\" has {} x {} pixels, the sequence's first picture {} x {}",
-                                  pattern.At(numbers[i]).string(), other.width, other.height,
-                                  size.width, size.height));
+  const int first = numbers.front();
+  const int last = numbers.back();
+  const PictureSize size = SizeOfPicture(pattern.At(first));
+  const Sequence sequence(pattern, first, last, size);
+  std::vector<std::string> bad;
+  for (int number = first + 1; number <= last; ++number) {
+    try {
+      sequence.Check(number);
+    } catch (const FileError& error) {
+      bad.emplace_back(error.what());
     }
   }
-  const Sequence sequence(pattern, numbers.front(), numbers.back());
   return {.picture = sequence,
           .file = [sequence](std::int64_t frame) { return sequence.File(frame); },
           .width = size.width,
           .height = size.height,
-          .first_number = numbers.front(),
-          .frames = static_cast<std::int64_t>(numbers.size())};
+          .first_number = first,
+          .frames = last - first + 1,
+          .bad_frames = std::move(bad)};
 }
 
 Orientation OrientationOf(const MovieFacts& facts) {

@@ -11,6 +11,7 @@
 #include "hosting/area_sampler.h"
 #include "layer_source.h"
 #include "output_file.h"
+#include "scene_notes.h"
 
 namespace app {
 namespace {
@@ -74,9 +75,12 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
       region_(ParseRegion(arguments.region)),
       movie_(MovieFor(arguments)),
       format_(FormatFor(arguments, movie_.has_value())),
-      shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, scene_.setup.time)),
+      shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, FirstNumber(),
+                         scene_.setup.time)),
       backdrop_(arguments.over.empty() && movie_ && !movie_->has_alpha ? "layer" : arguments.over) {
   backdrop_.CheckSize(scene_.setup.width, scene_.setup.height);
+  if (!arguments.keep_going) scene_.CheckLayer();
+  TakeNotes();
   AddCommonFingerprint();
   if (arguments.skip_existing) {
     LeaveOutWhatIsUpToDate();
@@ -88,6 +92,24 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
   ClearLeftovers(shots_.front().file.parent_path());
   // Made and removed again: the folder can be written into.
   OutputFile(shots_.front().file);
+}
+
+void RenderPlan::TakeNotes() {
+  notes_ = SceneNotes(scene_);
+  const A_long end = scene_.setup.time.FrameTime(scene_.frames);
+  const auto past = std::count_if(shots_.begin(), shots_.end(),
+                                  [&](const Shot& shot) { return shot.time >= end; });
+  if (past > 0) {
+    notes_.push_back(fmt::format("{} of {} frames come after the scene's end; its last is {}", past,
+                                 shots_.size(), FirstNumber() + scene_.frames - 1));
+  }
+  const PF_LRect all{0, 0, hosting::ReducedSize(scene_.setup.width, arguments_.downsample),
+                     hosting::ReducedSize(scene_.setup.height, arguments_.downsample)};
+  if (region_ && (region_->left < all.left || region_->top < all.top ||
+                  region_->right > all.right || region_->bottom > all.bottom)) {
+    notes_.push_back(
+        fmt::format("the region is not all inside the picture of {} x {}", all.right, all.bottom));
+  }
 }
 
 void RenderPlan::LeaveOutWhatIsUpToDate() {
@@ -145,6 +167,10 @@ hosting::RenderOptions RenderPlan::Options() const {
   return options;
 }
 
+int RenderPlan::FirstNumber() const {
+  return arguments_.shots.first_number.value_or(scene_.layer.first_number);
+}
+
 int RenderPlan::width() const {
   return region_ ? region_->right - region_->left
                  : hosting::ReducedSize(scene_.setup.width, arguments_.downsample);
@@ -175,7 +201,15 @@ std::string RenderPlan::Software(const Shot& shot) const {
   Fingerprint fingerprint = common_;
   fingerprint.Add(std::to_string(shot.time));
   const auto frame = scene_.setup.LayerFrame(shot.time);
-  if (frame && scene_.layer.frames > 0) fingerprint.AddFile(scene_.layer.file(*frame));
+  if (frame && scene_.layer.frames > 0) {
+    // Where a picture is missing, the one before it stays.
+    std::int64_t at = std::min(*frame, scene_.layer.frames - 1);
+    while (at > 0 && !std::filesystem::exists(scene_.layer.file(at))) --at;
+    fingerprint.Add(std::to_string(at));
+    if (std::filesystem::exists(scene_.layer.file(at))) {
+      fingerprint.AddFile(scene_.layer.file(at));
+    }
+  }
   return fmt::format("vorlin {}, fingerprint {}", VORLIN_VERSION, fingerprint.Text());
 }
 

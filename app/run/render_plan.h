@@ -40,6 +40,9 @@ class RenderPlan {
   int width() const;
   int height() const;
 
+  /// What the user likely does not mean, a line each.
+  const std::vector<std::string>& notes() const { return notes_; }
+
   /// The layer's sound during the shots of a movie, if it is wanted and there is any.
   std::optional<MovieSound> Sound() const;
 
@@ -54,6 +57,9 @@ class RenderPlan {
   std::string Software(const Shot& shot) const;
 
  private:
+  /// Of the scene's first frame.
+  int FirstNumber() const;
+  void TakeNotes();
   void AddCommonFingerprint();
   void LeaveOutWhatIsUpToDate();
 
@@ -68,6 +74,7 @@ class RenderPlan {
   std::vector<Shot> skipped_;
   Backdrop backdrop_;
   Fingerprint common_;
+  std::vector<std::string> notes_;
 };
 
 }  // namespace app

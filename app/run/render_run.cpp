@@ -93,6 +93,7 @@ class RenderRun {
     results.threads = choice_.threads;
     for (int i = 0; i < static_cast<int>(plan.shots().size()); ++i) waiting_.insert(i);
     if (plan.movie()) movie_.emplace(plan, choice_.processes + 2);
+    for (const std::string& note : plan.notes()) Tell(note);
     if (!plan.arguments().trace.empty()) trace_.emplace(plan.arguments().trace);
   }
 
@@ -196,11 +197,15 @@ class RenderRun {
   void TellLosses() {
     const auto tell = [this](int frames, const char* what) {
       if (frames == 0) return;
-      results_.notes.push_back(fmt::format("{} of {} {}", frames, results_.seconds.size(), what));
-      progress_.Note(results_.notes.back());
+      Tell(fmt::format("{} of {} {}", frames, results_.seconds.size(), what));
     };
     tell(clipped_, "pictures lost colours beyond black and white; .exr and 32-bit .tif keep them");
     tell(hidden_lost_, "pictures lost colours where alpha is 0; --alpha straight keeps them");
+  }
+
+  void Tell(const std::string& note) {
+    results_.notes.push_back(note);
+    progress_.Note(note);
   }
 
   RenderResults::Frame& FrameOf(int shot) {

@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <numeric>
 #include <optional>
@@ -41,11 +42,11 @@ std::pair<int, int> ParseChunk(std::string_view text) {
   return {*part, *parts};
 }
 
-std::vector<int> ChooseFrames(const ShotChoice& choice, int scene_frames) {
+std::vector<int> ChooseFrames(const ShotChoice& choice, int frames, int first) {
   if (!choice.frames.empty()) return ParseFrames(choice.frames);
-  std::vector<int> frames(static_cast<std::size_t>(scene_frames));
-  std::iota(frames.begin(), frames.end(), 0);
-  return frames;
+  std::vector<int> all(static_cast<std::size_t>(frames));
+  std::iota(all.begin(), all.end(), first);
+  return all;
 }
 
 bool AgreesOnTerminal(const std::string& file) {
@@ -65,7 +66,7 @@ double ParseSeconds(std::string_view text) {
   return *seconds;
 }
 
-std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_frames,
+std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int frame_count, int first,
                               const hosting::TimeBase& time) try {
   const FilePattern pattern(choice.output);
   if (movie && pattern.numbered()) {
@@ -75,9 +76,9 @@ std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_fr
   if (!choice.time.empty()) {
     const A_long at = time.Time(ParseSeconds(choice.time));
     const int number = static_cast<int>(std::floor(static_cast<double>(at) / time.step()));
-    return {{number, at, pattern.At(number)}};
+    return {{first + number, at, pattern.At(first + number)}};
   }
-  const std::vector<int> frames = ChooseFrames(choice, scene_frames);
+  const std::vector<int> frames = ChooseFrames(choice, frame_count, first);
   const FilePattern names = frames.size() > 1 && !movie ? pattern.Numbered() : pattern;
   const auto [part, parts] = choice.chunk.empty() ? std::pair(1, 1) : ParseChunk(choice.chunk);
   const auto start = [&, n = parts](int p) {
@@ -85,7 +86,8 @@ std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_fr
   };
   std::vector<Shot> shots;
   for (std::size_t i = start(part - 1); i < start(part); ++i) {
-    shots.push_back({frames[i], time.FrameTime(frames[i]), names.At(frames[i])});
+    shots.push_back(
+        {frames[i], time.FrameTime(std::int64_t{frames[i]} - first), names.At(frames[i])});
   }
   return shots;
 } catch (const hosting::Error& error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,15 +22,17 @@ struct Shot {
 
 /// Which frames a run renders, as the command line says it.
 struct ShotChoice {
-  std::string frames;  // as 0-89; empty: all of the scene
-  std::string time;    // as 1.25s: one picture at that time; empty: frames
-  std::string chunk;   // as 3/20: the third of twenty equal parts of the frames; empty: all of them
+  std::string frames;               // as 0-89; empty: all of the scene
+  std::string time;                 // as 1.25s: one picture at that time; empty: frames
+  std::optional<int> first_number;  // of the scene's first frame; nothing: as its layer has it
+  std::string chunk;  // as 3/20: the third of twenty equal parts of the frames; empty: all of them
   std::filesystem::path output;
 };
 
-/// The pictures to render, in order. A name without a frame number gets one when there are several
+/// The pictures to render, in order; the scene's first frame, of `frames`, has the number `first`.
+/// A name without a frame number gets one when there are several
 /// frames, the frames of other chunks counting too; a movie is one file. Throws InputError.
-std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int scene_frames,
+std::vector<Shot> ChooseShots(const ShotChoice& choice, bool movie, int frames, int first,
                               const hosting::TimeBase& time);
 
 /// How existing files are dealt with.

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "hosting/effect.h"
 #include "hosting/setup.h"
@@ -15,7 +17,7 @@ namespace app {
 
 /// What the effect is applied to: a picture, a numbered sequence of them, or a movie.
 struct LayerSource {
-  /// The picture for a frame of the layer, of which there are `rate` a second.
+  /// The picture for a frame of the layer, of which there are `rate` a second. Throws FileError.
   std::function<std::shared_ptr<const hosting::Picture>(std::int64_t layer_frame,
                                                         hosting::Rational rate)>
       picture;
@@ -26,6 +28,8 @@ struct LayerSource {
   hosting::Rational pixel_aspect{};
   int first_number = 0;     // of a sequence
   std::int64_t frames = 0;  // of a sequence; 0: it is none
+  /// What is wrong with pictures of a sequence, a line each.
+  std::vector<std::string> bad_frames{};
   struct Movie {
     std::filesystem::path file;
     hosting::Rational frame_rate;
@@ -45,6 +49,11 @@ struct Scene {
   hosting::Setup setup;
   int frames = 1;  // of its duration
   LayerSource layer;
+  /// The nearest picture takes the place of one that is bad; else its frame is an error.
+  bool holds_missing = false;
+
+  /// Throws FileError when pictures are bad and nothing takes their place.
+  void CheckLayer() const;
 };
 
 /// Reads and checks a scene and opens its layer; paths are relative to the scene's file. Throws

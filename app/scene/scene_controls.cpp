@@ -74,12 +74,16 @@ void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) 
 
 void ReadControls(const Node& node, hosting::ControlTracks& controls) {
   if (!node.IsObject()) node.Fail("expected controls {\"name\": value, ...}");
+  Mistakes mistakes;
   for (const Node& part : node.Parts()) {
-    const ControlInfo& control = FindControl(part, controls.controls());
-    const KeyFormat format = ControlFormat(control);
-    const Node value = part.As(format);
-    value.Try([&] { controls.Set(control.index, ReadControl(value, control.type)); });
+    mistakes.Try([&] {
+      const ControlInfo& control = FindControl(part, controls.controls());
+      const KeyFormat format = ControlFormat(control);
+      const Node value = part.As(format);
+      value.Try([&] { controls.Set(control.index, ReadControl(value, control.type)); });
+    });
   }
+  mistakes.Tell();
 }
 
 void ApplyChanges(const SceneChanges& changes, hosting::ControlTracks& controls) {

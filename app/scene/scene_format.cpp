@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "json_text.h"
+#include "suggest.h"
 
 namespace app {
 namespace {
@@ -39,6 +40,17 @@ const KeyFormat* ObjectFormat::Find(std::string_view name) const {
   return found == keys.end() ? nullptr : &*found;
 }
 
+std::string ObjectFormat::DidYouMean(std::string_view name) const {
+  std::vector<std::string> names;
+  for (const KeyFormat& key : keys) {
+    for (const std::string& other : key.also_called) {
+      if (other == name) return fmt::format("; did you mean \"{}\"?", key.name);
+    }
+    names.push_back(key.name);
+  }
+  return app::DidYouMean(name, names);
+}
+
 std::string RangeText(const KeyFormat& format) {
   if (format.positive) return "more than 0";
   if (format.range.max == kAnyNumber.max) return "";
@@ -57,12 +69,23 @@ const ObjectFormat& SceneFormat() {
            .says =
                "What is under the stroke: a picture, a movie, or a numbered sequence with # for "
                "each digit. Its path starts at the scene's own folder.",
+           .also_called = {"source", "input", "picture", "image", "movie", "video", "clip"},
            .needed = true},
+          {.name = "missing",
+           .type = ValueType::kChoice,
+           .choices = {"error", "hold"},
+           .initial = "error",
+           .example = "hold",
+           .says = "What becomes of a picture of a sequence that is missing, cannot be read or has "
+                   "another size: an error, or the one before it stays."},
           {.name = "duration",
            .type = ValueType::kNumber,
            .unit = "seconds",
            .example = 3.5,
-           .says = "How long the scene is; without this key as long as its movie.",
+           .says =
+               "How long the scene is; without this key as long as its movie or sequence, over a "
+               "picture until the last key of \"Brush Position\".",
+           .also_called = {"length", "seconds", "frames"},
            .positive = true},
           {.name = "frame_rate",
            .type = ValueType::kRate,
@@ -71,6 +94,7 @@ const ObjectFormat& SceneFormat() {
            .example = "30000/1001",
            .says = "How many frames the scene has in a second; without this key as many as its "
                    "movie. 23.976 means 24000/1001, 29.97 means 30000/1001.",
+           .also_called = {"fps", "rate", "framerate"},
            .positive = true},
           {.name = "pixel_aspect",
            .type = ValueType::kWholePair,

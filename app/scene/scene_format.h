@@ -41,7 +41,8 @@ struct KeyFormat {
   std::vector<std::string> choices = {};
   Json::Value initial = {};  // where nothing is said; null: none, or it depends
   Json::Value example = {};
-  std::string says = {};  // one sentence
+  std::string says = {};                      // one sentence
+  std::vector<std::string> also_called = {};  // in other programs; said in hints alone
   bool needed = false;
   bool animated = false;  // may be {"keys": [...]} too
   bool positive = false;  // more than 0; how much more depends on other keys
@@ -62,6 +63,8 @@ struct ObjectFormat {
 
   /// Null when there is no such key.
   const KeyFormat* Find(std::string_view name) const;
+  /// `; did you mean "frame_rate"?` for the key that is likely meant, or "".
+  std::string DidYouMean(std::string_view name) const;
 };
 
 const ObjectFormat& SceneFormat();

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "color_text.h"
+#include "errors.h"
 #include "json_text.h"
 
 namespace app {
@@ -147,7 +148,11 @@ const ObjectFormat& LightFormat(LightKind kind) {
 
 void ReadLights(const Node& node, hosting::Composition& composition) {
   if (!node.IsList()) node.Fail("expected a list of lights");
-  for (const Node& light : node.Parts()) composition.AddLight(ReadLight(light));
+  Mistakes mistakes;
+  for (const Node& light : node.Parts()) {
+    mistakes.Try([&] { composition.AddLight(ReadLight(light)); });
+  }
+  mistakes.Tell();
 }
 
 }  // namespace app

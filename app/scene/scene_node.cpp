@@ -40,18 +40,25 @@ Node Node::As(const KeyFormat& format) const {
 }
 
 Node Node::Open(const ObjectFormat& format) const {
+  Mistakes mistakes;
+  const Node node = Open(format, mistakes);
+  mistakes.Tell();
+  return node;
+}
+
+Node Node::Open(const ObjectFormat& format, Mistakes& mistakes) const {
   if (!IsObject()) Expected(fmt::format("{} {{...}}", format.what));
-  for (const Node& part : Parts()) {
-    if (format.Find(part.key()) != nullptr) continue;
-    std::vector<std::string> names;
-    for (const KeyFormat& key : format.keys) names.push_back(key.name);
-    part.FailAtKey(
-        fmt::format("{} has no \"{}\"{}", format.what, part.key(), DidYouMean(part.key(), names)));
-  }
   Node node = *this;
   node.keys_ = &format;
+  for (const Node& part : Parts()) {
+    if (format.Find(part.key()) != nullptr) continue;
+    mistakes.Try([&] {
+      part.FailAtKey(fmt::format("{} has no \"{}\"{}", format.what, part.key(),
+                                 format.DidYouMean(part.key())));
+    });
+  }
   for (const KeyFormat& key : format.keys) {
-    if (key.needed) node.Need(key.name);
+    if (key.needed) mistakes.Try([&] { node.Need(key.name); });
   }
   return node;
 }

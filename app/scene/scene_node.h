@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "errors.h"
 #include "hosting/errors.h"
 #include "hosting/keyframes.h"
 #include "hosting/rational.h"
@@ -29,6 +30,8 @@ class Node {
 
   /// The same object, of which every key is one of the format, and no needed one is missing.
   Node Open(const ObjectFormat& format) const;
+  /// The same; keys that are wrong or missing are noted, and passed over.
+  Node Open(const ObjectFormat& format, Mistakes& mistakes) const;
   std::optional<Node> Find(std::string_view key) const;
   Node Need(std::string_view key) const;
   /// Values of an object or a list, as they stand in the text.
@@ -52,6 +55,8 @@ class Node {
   /// The index among the format's choices; `what` names what is chosen, else the key does.
   std::size_t Choice(std::string_view what = {}) const;
 
+  /// "name:line:column: " in the text.
+  std::string Place() const { return text_->Place(*value_); }
   [[noreturn]] void Fail(const std::string& message) const;
   /// At the key under which it stands.
   [[noreturn]] void FailAtKey(const std::string& message) const;

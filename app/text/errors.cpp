@@ -19,6 +19,21 @@ void Note(int signal) { arrived = signal; }
 
 }  // namespace
 
+void Mistakes::Note(const Error& error) {
+  if (!first_) {
+    first_ = error;
+  } else {
+    others_.emplace_back(error.what());
+  }
+  others_.insert(others_.end(), error.others().begin(), error.others().end());
+}
+
+void Mistakes::Tell() const {
+  if (!first_) return;
+  if (first_->code() == ExitCode::kFile) throw FileError(first_->what(), others_);
+  throw InputError(first_->what(), others_);
+}
+
 Error AsError(const std::exception_ptr& exception) {
   const auto one_line = [](std::string text) {
     const auto is_control = [](unsigned char c) { return std::iscntrl(c) != 0; };
@@ -28,7 +43,9 @@ Error AsError(const std::exception_ptr& exception) {
   try {
     std::rethrow_exception(exception);
   } catch (const Error& error) {
-    return {error.code(), one_line(error.what())};
+    std::vector<std::string> others = error.others();
+    std::transform(others.begin(), others.end(), others.begin(), one_line);
+    return {error.code(), one_line(error.what()), others};
   } catch (const hosting::Error& error) {
     return {ExitCode::kEffect, one_line(error.what())};
   } catch (const std::bad_alloc&) {

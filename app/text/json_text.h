@@ -22,6 +22,8 @@ class JsonText {
 
   const Json::Value& root() const { return root_; }
 
+  /// "name:line:column: ", where `value`, one of root()'s, begins.
+  std::string Place(const Json::Value& value) const;
   /// `value` must belong to root(). Both throw InputError "name:line:column: message"; lines and
   /// columns (bytes) count from 1.
   [[noreturn]] void FailAt(const Json::Value& value, const std::string& message) const;
@@ -35,6 +37,7 @@ class JsonText {
  private:
   /// The parser takes "01", "1.", "+1" and "-" for numbers; a scene must be what others read too.
   void CheckNumbers(const Json::Value& value) const;
+  std::string PlaceAt(std::size_t offset) const;
   [[noreturn]] void FailAtOffset(std::size_t offset, const std::string& message) const;
 
   std::string name_;

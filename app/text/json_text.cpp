@@ -142,6 +142,8 @@ void JsonText::CheckNumbers(const Json::Value& value) const {
   }
 }
 
+std::string JsonText::Place(const Json::Value& value) const { return PlaceAt(Start(value)); }
+
 void JsonText::FailAt(const Json::Value& value, const std::string& message) const {
   FailAtOffset(Start(value), message);
 }
@@ -157,11 +159,15 @@ std::string_view JsonText::Written(const Json::Value& value) const {
 }
 
 void JsonText::FailAtOffset(std::size_t offset, const std::string& message) const {
-  if (!has_lines_) throw InputError(fmt::format("{}: {}", name_, message));
+  throw InputError(PlaceAt(offset) + message);
+}
+
+std::string JsonText::PlaceAt(std::size_t offset) const {
+  if (!has_lines_) return name_ + ": ";
   const std::string_view before = std::string_view(text_).substr(0, offset);
   const auto line = 1 + std::count(before.begin(), before.end(), '\n');
   const std::size_t column = offset - (before.rfind('\n') + 1) + 1;
-  throw InputError(fmt::format("{}:{}:{}: {}", name_, line, column, message));
+  return fmt::format("{}:{}:{}: ", name_, line, column);
 }
 
 std::string WriteJson(const Json::Value& value, const std::string& indentation) {
