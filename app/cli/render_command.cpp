@@ -27,7 +27,8 @@ hosting::Rational ParseDownsample(const std::string& text) try {
 void AddFiles(CLI::App& render, RenderArguments& to) {
   render
       .add_option("-o,--output", to.shots.output,
-                  "out.####.png, .tif or .exr, or a movie: .mp4, .mov, .mkv, .webm, .gif")
+                  "out.####.png, .jpg, .webp, .tif or .exr, or a movie: .mp4, .mov, .mkv, .webm, "
+                  ".gif, .apng")
       ->option_text("FILE")
       ->required();
   auto* yes = render.add_flag_callback(
@@ -82,6 +83,9 @@ void AddPicture(CLI::App& render, RenderArguments& to) {
           "--downsample", [&to](const std::string& text) { to.downsample = ParseDownsample(text); },
           "render smaller, as 1/2")
       ->option_text("FACTOR");
+  AddChoice<int>(
+      render, "--supersample", to.supersample, {{"1", 1}, {"2", 2}, {"3", 3}},
+      "render that much larger and reduce: smoother thin strokes, much slower; default: 1");
   AddChoice<bool>(render, "--sampling", to.fine_sampling, {{"draft", false}, {"best", true}},
                   "draft samples the layer roughly; default: best");
 }

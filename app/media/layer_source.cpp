@@ -25,7 +25,6 @@ class Sequence {
   std::shared_ptr<const hosting::Picture> operator()(std::int64_t layer_frame, hosting::Rational) {
     const int wanted = Number(layer_frame);
     if (!kept_ || kept_number_ != wanted) {
-      kept_.reset();
       auto picture = std::make_shared<const hosting::Picture>(ReadPicture(pattern_.At(wanted)));
       CheckSize(wanted, {picture->width(), picture->height()});
       kept_ = std::move(picture);

@@ -42,10 +42,11 @@ struct EncodedPicture {
 
 /// How pictures are written.
 struct PictureFormat {
-  enum class Kind { kPng, kTiff, kExr };
+  enum class Kind { kPng, kTiff, kExr, kJpeg, kWebp };
 
-  /// From the name's extension: PNG (8 or 16 bits, straight alpha), TIFF (8, 16 or float, straight)
-  /// or EXR (half, or float for 32 bits; premultiplied). Throws InputError for another extension.
+  /// From the name's extension: PNG (8 or 16 bits, straight alpha), TIFF (8, 16 or float,
+  /// straight), EXR (half, or float for 32 bits; premultiplied), WebP (8 bits, straight) or JPEG (8
+  /// bits, over black). Throws InputError for another extension.
   PictureFormat(const std::filesystem::path& name, hosting::Depth depth);
 
   /// `software` is written into the field of that name. Throws FileError naming `path`.
@@ -57,6 +58,7 @@ struct PictureFormat {
   bool premultiplied;        // colours are stored multiplied by their alpha
   bool small = false;        // smaller files for several times the work; lossless either way
   bool one_channel = false;  // only red is written, as the channel "Y"
+  bool has_alpha() const { return kind != Kind::kJpeg; }
 };
 
 /// Whether integers cannot hold some colour of these rows: darker than black, brighter than white.

@@ -16,6 +16,7 @@
 #include <type_traits>
 
 #include "errors.h"
+#include "files.h"
 #include "orientation.h"
 #include "picture_file.h"
 
@@ -237,10 +238,8 @@ void KeepPicturesSingleThreaded() {
 }
 
 bool IsMovieName(const std::filesystem::path& path) {
-  std::string extension = path.extension().string();
-  if (extension.empty()) return false;
-  extension = extension.substr(1);
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  if (path.extension().empty()) return false;
+  const std::string extension = ExtensionOf(path).substr(1);
   // "format:extension,extension;format:...": what the library reads movies with are two of them.
   std::istringstream formats(OIIO::get_string_attribute("extension_list"));
   for (std::string format; std::getline(formats, format, ';');) {

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -11,6 +10,7 @@
 #include <variant>
 
 #include "errors.h"
+#include "files.h"
 #include "output_file.h"
 #include "picture_file.h"
 
@@ -53,8 +53,8 @@ bool Premultiply(std::vector<Channel>& pixels) {
 /// What the pixels are handed to the picture library as.
 Depth StoredDepth(const PictureFormat& format) {
   if (format.kind == PictureFormat::Kind::kExr) return Depth::k32;
-  return format.kind == PictureFormat::Kind::kPng ? std::min(format.depth, Depth::k16)
-                                                  : format.depth;
+  if (format.kind == PictureFormat::Kind::kTiff) return format.depth;
+  return format.kind == PictureFormat::Kind::kPng ? std::min(format.depth, Depth::k16) : Depth::k8;
 }
 
 OIIO::TypeDesc StoredType(const PictureFormat& format) {
@@ -74,6 +74,7 @@ OIIO::ImageSpec SpecOf(const PictureFormat& format, int width, int height,
                        const std::string& software) {
   using Kind = PictureFormat::Kind;
   OIIO::ImageSpec spec(width, height, format.one_channel ? 1 : 4, StoredType(format));
+  if (!format.has_alpha()) spec.nchannels = 3;
   if (format.one_channel) spec.channelnames = {"Y"};
   // The PNG library divides what it is told to be premultiplied; TIFF notes which of both it is.
   if (format.kind == Kind::kPng || !format.premultiplied) {
@@ -91,6 +92,13 @@ OIIO::ImageSpec SpecOf(const PictureFormat& format, int width, int height,
     case Kind::kTiff:
       spec.attribute("compression", "zip");
       spec.attribute("tiff:zipquality", format.small ? 9 : 1);
+      break;
+    case Kind::kJpeg:
+      spec.attribute("compression", "jpeg:95");
+      spec.attribute("jpeg:subsampling", "4:4:4");
+      break;
+    case Kind::kWebp:
+      spec.attribute("compression", "webp:95");
       break;
     case Kind::kExr:  // both smaller and faster than zip for these pictures
       spec.attribute("compression", "piz");
@@ -116,28 +124,27 @@ bool IsClipped(const hosting::World& world, int first_row, int rows) {
 }
 
 PictureFormat::PictureFormat(const std::filesystem::path& name, Depth bits) : depth(bits) {
-  std::string extension = name.extension().string();
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  if (extension == ".png") {
-    kind = Kind::kPng;
-  } else if (extension == ".tif" || extension == ".tiff") {
-    kind = Kind::kTiff;
-  } else if (extension == ".exr") {
-    kind = Kind::kExr;
-  } else {
+  const std::string extension = ExtensionOf(name);
+  constexpr std::pair<const char*, Kind> kKinds[] = {
+      {".png", Kind::kPng},  {".tif", Kind::kTiff},  {".tiff", Kind::kTiff}, {".exr", Kind::kExr},
+      {".jpg", Kind::kJpeg}, {".jpeg", Kind::kJpeg}, {".webp", Kind::kWebp}};
+  const auto* const found = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                         [&](const auto& row) { return extension == row.first; });
+  if (found == std::end(kKinds)) {
     throw InputError(
-        fmt::format("\"{}\": pictures are written as .png, .tif, .tiff or .exr, "
-                    "movies as .mp4, .mov, .webm or .gif",
+        fmt::format("\"{}\": pictures are written as .png, .jpg, .webp, .tif or .exr, "
+                    "movies as .mp4, .mov, .mkv, .webm, .gif or .apng",
                     name.string()));
   }
-  premultiplied = kind == Kind::kExr;
+  kind = found->second;
+  premultiplied = kind == Kind::kExr || !has_alpha();
 }
 
 EncodedPicture PictureFormat::Encode(const hosting::World& world, const std::string& software,
                                      const std::filesystem::path& path) const {
   EncodedPicture result;
   OIIO::Filesystem::IOVecOutput memory(result.bytes);
-  const char* const kinds[] = {"png", "tiff", "openexr"};
+  const char* const kinds[] = {"png", "tiff", "openexr", "jpeg", "webp"};
   const auto output = OIIO::ImageOutput::create(kinds[static_cast<int>(kind)], &memory);
   if (!output) Fail(path, OIIO::geterror());
   if (!output->open(path.filename().string(),
@@ -151,7 +158,7 @@ EncodedPicture PictureFormat::Encode(const hosting::World& world, const std::str
     hosting::Picture::Pixels pixels = hosting::Picture(world, stored, y, rows).TakePixels();
     const bool written = std::visit(
         [&]<class Channel>(std::vector<Channel>& p) {
-          if (premultiplied && Premultiply(p)) result.hidden_color_lost = true;
+          if (premultiplied && Premultiply(p) && has_alpha()) result.hidden_color_lost = true;
           return output->write_scanlines(y, y + rows, 0, OIIO::BaseTypeFromC<Channel>::value,
                                          p.data(), 4 * sizeof(Channel));
         },

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <string_view>
 #include <thread>
 #include <utility>
 
 #include "errors.h"
+#include "files.h"
 
 namespace app {
 namespace {
@@ -185,8 +185,7 @@ void Append(Words& to, const List& more) {
 
 std::optional<MovieFormat> MovieFormatFor(const std::filesystem::path& name, hosting::Depth depth,
                                           const std::string& codec_name, MovieQuality quality) {
-  std::string extension = name.extension().string();
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const std::string extension = ExtensionOf(name);
   const auto container =
       std::find_if(Containers().begin(), Containers().end(),
                    [&](const Container& c) { return extension == std::string(".") + c.extension; });

@@ -22,6 +22,8 @@ class FrameMaker {
 
  private:
   Backdrop backdrop_;
+  hosting::RenderOptions written_;  // what the pictures are like in the end
+  int supersample_;
   bool field_;
   std::shared_ptr<const hosting::Picture> layer_;
   hosting::Renderer renderer_;

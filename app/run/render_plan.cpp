@@ -52,7 +52,10 @@ std::optional<MovieFormat> MovieFor(const RenderArguments& arguments) {
 std::optional<PictureFormat> FormatFor(const RenderArguments& arguments, bool movie) {
   if (movie) return std::nullopt;
   PictureFormat format(arguments.shots.output, arguments.depth);
-  if (!arguments.alpha.empty()) format.premultiplied = arguments.alpha == "premultiplied";
+  if (!arguments.alpha.empty()) {
+    if (!format.has_alpha()) throw InputError("--alpha: a JPEG has no alpha");
+    format.premultiplied = arguments.alpha == "premultiplied";
+  }
   format.small = arguments.small_files;
   if (arguments.field) {
     if (format.kind != PictureFormat::Kind::kExr) {
@@ -61,6 +64,8 @@ std::optional<PictureFormat> FormatFor(const RenderArguments& arguments, bool mo
     }
     format.depth = hosting::Depth::k32;
     format.one_channel = true;
+    if (arguments.supersample != 1)
+      throw InputError("--supersample is for pictures, not the field");
   }
   return format;
 }
@@ -77,7 +82,7 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
       format_(FormatFor(arguments, movie_.has_value())),
       shots_(ChooseShots(arguments.shots, movie_.has_value(), scene_.frames, FirstNumber(),
                          scene_.setup.time)),
-      backdrop_(arguments.over.empty() && movie_ && !movie_->has_alpha ? "layer" : arguments.over) {
+      backdrop_(arguments.over.empty() && !HasAlpha() ? "layer" : arguments.over) {
   backdrop_.CheckSize(scene_.setup.width, scene_.setup.height);
   if (!arguments.keep_going) scene_.CheckLayer();
   TakeNotes();
@@ -134,6 +139,7 @@ void RenderPlan::AddCommonFingerprint() {
                           arguments_.alpha, arguments_.over, arguments_.region,
                           arguments_.downsample.Text(), arguments_.classic,
                           arguments_.fine_sampling, arguments_.field));
+  common_.Add(std::to_string(arguments_.supersample));
   std::error_code ignored;
   if (std::filesystem::is_regular_file(arguments_.over, ignored)) common_.AddFile(arguments_.over);
 }
@@ -167,6 +173,8 @@ hosting::RenderOptions RenderPlan::Options() const {
   return options;
 }
 
+bool RenderPlan::HasAlpha() const { return movie_ ? movie_->has_alpha : format_->has_alpha(); }
+
 int RenderPlan::FirstNumber() const {
   return arguments_.shots.first_number.value_or(scene_.layer.first_number);
 }
@@ -186,8 +194,9 @@ std::uint64_t RenderPlan::BytesAWorker() const {
   // pictures of the layer.
   constexpr std::uint64_t kRest = std::uint64_t{64} << 20;
   const hosting::Setup& setup = scene_.setup;
-  const auto pixels =
-      static_cast<std::uint64_t>(setup.width) * static_cast<std::uint64_t>(setup.height);
+  const auto pixels = static_cast<std::uint64_t>(setup.width) *
+                      static_cast<std::uint64_t>(setup.height) *
+                      static_cast<std::uint64_t>(arguments_.supersample * arguments_.supersample);
   return pixels * 6 * hosting::PixelSize(arguments_.depth) +
          hosting::AreaSampler::TableBytes(setup.width, setup.height, arguments_.depth) + kRest;
 }

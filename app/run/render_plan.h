@@ -46,7 +46,8 @@ class RenderPlan {
   /// The layer's sound during the shots of a movie, if it is wanted and there is any.
   std::optional<MovieSound> Sound() const;
 
-  /// Without a number of threads, progress and observer, which are a process's own.
+  /// Of the pictures that are written. Without a number of threads, progress and observer, which
+  /// are a process's own.
   hosting::RenderOptions Options() const;
   /// Memory that a process needs to render frames, about.
   std::uint64_t BytesAWorker() const;
@@ -57,6 +58,8 @@ class RenderPlan {
   std::string Software(const Shot& shot) const;
 
  private:
+  /// Whether the files that are written have it.
+  bool HasAlpha() const;
   /// Of the scene's first frame.
   int FirstNumber() const;
   void TakeNotes();

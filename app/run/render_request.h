@@ -25,7 +25,8 @@ struct RenderArguments {
   std::string alpha;         // "straight", "premultiplied"; empty: as the kind of file has it
   std::string over;          // a Backdrop; empty: nothing, and the layer where there is no alpha
   std::string region;        // as 10,20,300,200: left, top, width, height in pixels; empty: all
-  hosting::Rational downsample;  // pixels rendered for each of the layer's
+  hosting::Rational downsample;  // pixels written for each of the layer's
+  int supersample = 1;           // pixels rendered for each that is written, in x and in y
   std::filesystem::path effect;  // empty: the one that belongs to this program
   int jobs = 0;                  // processes; 0: as many as are of use
   int threads = 0;               // in each of them; 0: as many as are left

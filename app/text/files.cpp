@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -75,6 +76,12 @@ std::filesystem::path FindPreset(const std::filesystem::path& chosen) {
     throw InputError(fmt::format("there is no preset \"{}\"{}", chosen.string(), hint));
   }
   return PresetFolder() / (chosen.string() + ".json");
+}
+
+std::string ExtensionOf(const std::filesystem::path& name) {
+  std::string extension = name.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return extension;
 }
 
 std::string ReadTextFile(const std::filesystem::path& path) {

@@ -18,6 +18,9 @@ std::vector<std::string> PresetNames();
 /// extension, else the look of that name. Throws InputError when there is no such look.
 std::filesystem::path FindPreset(const std::filesystem::path& chosen);
 
+/// Of a file's name, in small letters: ".png"; empty: it has none.
+std::string ExtensionOf(const std::filesystem::path& name);
+
 /// The file's bytes. Throws FileError when they cannot be read.
 std::string ReadTextFile(const std::filesystem::path& path);
 

@@ -102,11 +102,15 @@ void ReduceRows(const std::vector<typename From::Channel>& pixels, int width,
   }
 }
 
+/// Times the size of a picture.
+constexpr double kMostEnlarged = 4;
+
 void CheckFactor(Rational factor) {
-  if (factor.num() <= 0 || factor.num() > factor.den() ||
+  if (factor.num() <= 0 || factor.value() > kMostEnlarged ||
+      factor.num() > std::numeric_limits<A_long>::max() ||
       factor.den() > std::numeric_limits<A_long>::max()) {
-    throw Error("a layer can be rendered at a part of its size, not at " + factor.Text() +
-                " of it");
+    throw Error("a layer can be rendered at a part of its size or a few times it, not at " +
+                factor.Text() + " of it");
   }
 }
 

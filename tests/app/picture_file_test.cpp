@@ -3,6 +3,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "support.h"
@@ -149,6 +150,27 @@ TEST_F(PictureFiles, OtherChannelsAndPremultipliedColoursAreUnderstood) {
   EXPECT_EQ(canvas.width(), 3);
   EXPECT_EQ(std::get<std::vector<float>>(canvas.pixels()),
             (std::vector<float>{0, 0, 0, 0, 0, 0, 0, 0, 0.5F, 0, 0, 0.5F}));
+}
+
+TEST_F(PictureFiles, PicturesAreTurnedUpright) {
+  // Where the first two pixels of 3 x 2 stored ones are shown.
+  const std::pair<int, std::array<int, 4>> cases[] = {
+      {1, {0, 0, 1, 0}}, {2, {2, 0, 1, 0}}, {3, {2, 1, 1, 1}}, {4, {0, 1, 1, 1}},
+      {5, {0, 0, 0, 1}}, {6, {1, 0, 1, 1}}, {7, {1, 2, 1, 1}}, {8, {0, 2, 0, 1}}};
+  for (const auto& [orientation, place] : cases) {
+    OIIO::ImageSpec spec(3, 2, 1, OIIO::TypeDesc());
+    spec.attribute("Orientation", orientation);
+    WriteRaw<std::uint8_t>("turned.tif", spec, {10, 20, 0, 0, 0, 0});
+    const hosting::Picture upright = ReadPicture("turned.tif");
+    const bool on_side = orientation > 4;
+    ASSERT_EQ(SizeOfPicture("turned.tif"), (on_side ? PictureSize{2, 3} : PictureSize{3, 2}));
+    const auto& pixels = std::get<std::vector<std::uint8_t>>(upright.pixels());
+    const auto at = [&](int x, int y) {
+      return pixels[static_cast<std::size_t>(4 * (y * upright.width() + x))];
+    };
+    EXPECT_EQ(at(place[0], place[1]), 10) << orientation;
+    EXPECT_EQ(at(place[2], place[3]), 20) << orientation;
+  }
 }
 
 /// A PNG's signature and a header that claims that size.

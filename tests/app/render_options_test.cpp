@@ -78,6 +78,28 @@ TEST_F(RenderOptions, ChooseThePicture) {
   const hosting::World part = Picture({"--region", "20,10,30,15"});
   EXPECT_EQ(part.width() * 100 + part.height(), 3015);
   EXPECT_EQ(DifferentPixels(part, Picture({}), 20, 10), 0);
+  // Rendered larger it is the same picture, a little smoother; the layer stays as it is.
+  const hosting::World fine = Picture({"--supersample", "2", "--over", "layer"});
+  EXPECT_EQ(fine.width() * 100 + fine.height(), 6436);
+  const int changed = DifferentPixels(fine, Picture({"--over", "layer"}));
+  EXPECT_TRUE(0 < changed && changed < 64 * 36 / 2) << changed;
+  EXPECT_EQ(DifferentPixels(Picture({"--supersample", "3", "--set", "Stroke Width=0"}),
+                            Picture({"--set", "Stroke Width=0"})),
+            0);
+}
+
+TEST_F(RenderOptions, FramesAreNumberedAsTheLayersPictures) {
+  for (const char* name : {"q.1001.png", "q.1003.png"}) WritePlate(name);
+  WriteText("scene.json", R"({"layer": "q.####.png", "missing": "hold"})");
+  EXPECT_EQ(Render({"-o", "o.jpg"}), "");
+  EXPECT_EQ(Render({"-o", "p.webp", "--start-number", "7", "-F", "8"}), "");
+  EXPECT_EQ(Entries(), With({"q.1001.png", "q.1003.png", "o.1001.jpg", "o.1002.jpg", "o.1003.jpg",
+                             "p.webp"}));
+  WriteText("scene.json", R"({"layer": "q.####.png"})");
+  EXPECT_NE(Render({"-o", "o.png"}).find("\"q.1002.png\" is missing"), std::string::npos);
+  Render({"-o", "k.png", "--keep-going"});
+  EXPECT_TRUE(std::filesystem::exists("k.1001.png") && std::filesystem::exists("k.1003.png") &&
+              !std::filesystem::exists("k.1002.png"));
 }
 
 TEST_F(RenderOptions, AreRefusedInOneLine) {
@@ -91,6 +113,9 @@ TEST_F(RenderOptions, AreRefusedInOneLine) {
       {{"--region", "1,2,3"}, "region: expected left,top,width,height in pixels"},
       {{"--downsample", "0"}, "downsample: \"0\" is not more than 0"},
       {{"--over", "a_file"}, "cannot read the picture \"a_file\""},
+      {{"--over", "cheker"},
+       "\"cheker\" is neither layer, checker, a colour #rrggbb nor a picture; "
+       "did you mean \"checker\"?"},
       {{"--chunk", "4/3"}, "chunk: expected a part and the number of parts, as 3/20"},
       {{"--time", "soon"}, "time: expected seconds as 1.25s, found \"soon\""},
       {{"--time", "1", "-F", "1"}, "--frames excludes --time"},
@@ -103,11 +128,12 @@ TEST_F(RenderOptions, AreRefusedInOneLine) {
   for (const auto& [more, message] : cases) {
     std::vector<std::string> arguments{"render", "scene.json", "-q", "-o", "o.png"};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    const bool file = more[0] == "--over" || more[0] == "--no-overwrite";
+    const bool file = more.back() == "a_file" || more[0] == "--no-overwrite";
     ExpectRefused(arguments, file ? 3 : 2, message);
   }
   ExpectRefused({"rendr"}, 2, "there is no command \"rendr\"; did you mean \"render\"?");
-  ExpectRefused({"check", "preset.json"}, 2, "preset.json:1:1: ");
+  WriteText("preset.json", R"({"controls": {}})");
+  ExpectRefused({"check", "preset.json"}, 2, "preset.json:1:1: \"layer\" is missing");
 }
 
 TEST_F(RenderOptions, ASceneGreysControls) {

@@ -1,6 +1,7 @@
 #include "scene.h"
 
 #include "layer_source.h"
+#include "scene_notes.h"
 #include "support.h"
 
 namespace app {
@@ -198,12 +199,88 @@ TEST_F(Scenes, LayersMayBeNumberedPictures) {
   EXPECT_NE(second, first);
   EXPECT_EQ(scene.setup.picture(100), second);
 
-  WritePlate("p.0010.png");
-  EXPECT_EQ(MessageOf([&] { Read(text); }), "\"p.0009.png\" is missing in its sequence");
-  WriteText("p.0009.png", "no picture");
-  EXPECT_THROW(Read(text), FileError);
+  // A bad picture is an error of its own frame, unless another takes its place.
+  WritePlate("p.0011.png");
+  WriteText("p.0010.png", "no picture");
+  const Scene gap = Read(text);
+  EXPECT_EQ(gap.layer.bad_frames.size(), 2U);
+  EXPECT_EQ(MessageOf([&] { gap.CheckLayer(); }), "\"p.0009.png\" is missing in its sequence");
+  EXPECT_THROW(gap.setup.picture(2), FileError);
+  EXPECT_EQ(gap.setup.picture(4)->width(), 64);
+  const Scene held = Read(R"({"layer": "p.####.png", "missing": "hold"})");
+  EXPECT_NO_THROW(held.CheckLayer());
+  EXPECT_EQ(held.frames, 5);
+  for (const int frame : {2, 3}) EXPECT_EQ(held.setup.picture(frame), held.setup.picture(1));
   EXPECT_EQ(MessageOf([] { Read(R"({"layer": "q.####.png", "duration": 1})"); }),
-            "there is no picture \"q.####.png\"");
+            "scene.json:1:11: there is no picture \"q.####.png\"");
+}
+
+TEST_F(Scenes, TellAllMistakesAtOnce) {
+  try {
+    Read(R"({"layer": "plat.png", "fps": 25, "lights": [{"type": "spt"}],
+             "controls": {"Densty": 1, "Density": -1}})");
+    FAIL();
+  } catch (const InputError& error) {
+    const std::vector<std::string> others{
+        "scene.json:1:11: cannot read the picture \"plat.png\": No such file",
+        "scene.json:1:54: a light's type is one of", "scene.json:2:27: unknown control \"Densty\"",
+        "scene.json:2:51: \"Density\" is -1"};
+    EXPECT_STREQ(error.what(),
+                 "scene.json:1:23: a scene has no \"fps\"; did you mean \"frame_rate\"?");
+    ASSERT_EQ(error.others().size(), others.size());
+    for (std::size_t i = 0; i < others.size(); ++i) {
+      EXPECT_TRUE(error.others()[i].starts_with(others[i])) << error.others()[i];
+    }
+  }
+}
+
+TEST_F(Scenes, AreNotedWhereTheyCanHardlyBeMeant) {
+  WritePlate("p.0001.png");
+  WritePlate("p.0002.png");
+  const std::string moves = R"("Brush Position": {"keys": [{"time": 0, "value": [1, 1]},
+                                                          {"time": 0.5, "value": [60, 30]}]})";
+  const auto lights = [](int count, const std::string& more = "") {
+    std::string list;
+    for (int i = 0; i < count; ++i) {
+      list += (i == 0 ? "" : ", ") + (R"({"type": "ambient")" + more + "}");
+    }
+    return R"("lights": [)" + list + "], ";
+  };
+  const std::string used = R"(, "Using": "AE Lights")";
+  struct Case {
+    std::string scene;
+    std::string controls;
+    std::vector<std::string> notes;  // how each begins
+  };
+  const Case cases[] = {
+      {R"("layer": "plate.png", "duration": 1, )", moves, {}},
+      {R"("layer": "plate.png", )", moves, {}},
+      {R"("layer": "plate.png", "duration": 1, )", R"("Density": 4)", {"\"Brush Position\" never"}},
+      {R"("layer": "plate.png", "duration": 1, )",
+       R"("Brush Position": [64, 3])",
+       {"\"Brush Position\" never moves", "\"Brush Position\" is never inside"}},
+      {R"("layer": "plate.png", "duration": 0.4, )", moves, {"1 of the 2 keys of \"Brush"}},
+      {R"("layer": "p.####.png", )", moves, {"1 of the 2 keys"}},
+      {R"("layer": "p.####.png", "duration": 1, )",
+       moves,
+       {"the sequence has 2 pictures, the scene"}},
+      {R"("layer": "plate.png", "duration": 1, "layer_in": 2, )", moves, {"the layer is never"}},
+      {R"("layer": "plate.png", "duration": 1, )" + lights(1),
+       moves,
+       {"the scene's lights do not"}},
+      {R"("layer": "plate.png", "duration": 1, )" + lights(19), moves + used, {}},
+      {R"("layer": "plate.png", "duration": 1, )" + lights(20), moves + used, {"20 lights are on"}},
+      {R"("layer": "plate.png", "duration": 1, )" + lights(1, R"(, "in": 3, "name": "a")"),
+       moves + used,
+       {"light 1 (\"a\") is never on"}},
+  };
+  for (const Case& c : cases) {
+    const auto notes = SceneNotes(Read("{" + c.scene + R"("controls": {)" + c.controls + "}}"));
+    ASSERT_EQ(notes.size(), c.notes.size()) << c.scene << (notes.empty() ? "" : notes[0]);
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+      EXPECT_TRUE(notes[i].starts_with(c.notes[i])) << notes[i];
+    }
+  }
 }
 
 }  // namespace

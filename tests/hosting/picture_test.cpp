@@ -89,7 +89,7 @@ TEST(Picture, RefusesWhatIsNoPicture) {
   EXPECT_REFUSED(Picture(2, 2, std::vector<float>(15)), "15 numbers");
   EXPECT_REFUSED(Picture(0, 2, std::vector<float>()), "0 x 2");
   const Picture picture(1, 1, std::vector<float>(4));
-  EXPECT_REFUSED(picture.ToWorld(Depth::k8, Rational(3, 2)), "not at 3/2");
+  EXPECT_REFUSED(picture.ToWorld(Depth::k8, Rational(9, 2)), "not at 9/2");
   EXPECT_REFUSED(picture.ToWorld(Depth::k8, Rational(0, 1)), "not at 0");
 }
 

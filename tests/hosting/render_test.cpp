@@ -208,7 +208,7 @@ TEST(Renderer, RefusesImpossibleSetups) {
       {"no picture for its frame 25", [](S s, O) { s.picture = [](auto) { return nullptr; }; }},
       {"not this effect's", [](S s, O) { s.controls = {}; }},
       {"aspect", [](S s, O) { s.pixel_aspect = Rational(-1, 1); }},
-      {"not at 2", [](S, O o) { o.downsample_x = Rational(2, 1); }},
+      {"not at 5", [](S, O o) { o.downsample_x = Rational(5, 1); }},
       {"aligned", [](S, O o) { o.layout.alignment = 3; }}};
   for (const Case& c : cases) EXPECT_REFUSED(RenderFrame(c.change), c.said);
 }

@@ -82,12 +82,12 @@ RIGHT = [
     control("Density", 200),
     control("Light Direction", -4000.5),
     scene(frame_rate="29.97"),
+    {"layer": WHOLE["layer"]},
     scene(lights=[{"type": "parallel"}]),
 ]
 WRONG = [
     {},
     {"duration": 3},
-    {"layer": WHOLE["layer"]},
     scene(layer=5),
     scene(duration="3 s"),
     scene(duration=0),

@@ -31,7 +31,7 @@ class Picture {
   Pixels TakePixels() && { return std::move(pixels_); }
 
   /// The picture as a world. Each world pixel is the mean of what it covers of the picture,
-  /// alpha-weighted; factors are world pixels a picture pixel, above 0 and at most 1. The world is
+  /// alpha-weighted; factors are world pixels a picture pixel, above 0 and at most 4. The world is
   /// ceil(width * factor_x) by ceil(height * factor_y). Every conversion rounds to nearest.
   World ToWorld(Depth depth, Rational factor_x = {}, Rational factor_y = {},
                 const WorldLayout& layout = {},

@@ -21,7 +21,7 @@ struct RenderOptions {
   Depth depth = Depth::k8;
   bool smart = true;  // else the classic render command
   bool high_quality = true;
-  Rational downsample_x;  // buffer pixels a layer pixel: above 0, at most 1
+  Rational downsample_x;  // buffer pixels a layer pixel: above 0, at most 4
   Rational downsample_y;
   int threads = 0;  // 0: as many as the machine has; 1: everything in order on the caller's thread
   /// The part of the frame to hand out, in buffer pixels, any rectangle; nothing: the whole layer.
