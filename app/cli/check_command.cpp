@@ -3,28 +3,28 @@
 
 #include "commands.h"
 #include "files.h"
-#include "layer_source.h"
-#include "scene_notes.h"
 #include "shared_options.h"
 
 namespace app {
 namespace {
 
 struct Arguments {
-  std::filesystem::path scene;
+  SceneSource scene;
+  SceneChanges changes;
   std::filesystem::path effect;
 };
 
 void Check(const Arguments& arguments) {
   const hosting::Effect effect(FindEffect(arguments.effect));
-  const Scene scene = ReadScene(arguments.scene, effect, OpenLayer);
+  const OpenedScene opened = OpenScene(arguments.scene, arguments.changes, effect);
+  const Scene& scene = opened.scene;
   scene.CheckLayer();
   const hosting::Setup& setup = scene.setup;
   fmt::print("{}: good: {} x {} pixels, {} frames at {} a second, {} lights\n",
-             arguments.scene.string(), setup.width, setup.height, scene.frames,
+             arguments.scene.file.string(), setup.width, setup.height, scene.frames,
              setup.time.frame_rate().Text(), setup.composition.layers.size() - 1);
-  for (const std::string& note : SceneNotes(scene)) {
-    fmt::print("{}: note: {}\n", arguments.scene.string(), note);
+  for (const std::string& note : opened.notes) {
+    fmt::print("{}: note: {}\n", arguments.scene.file.string(), note);
   }
 }
 
@@ -34,6 +34,7 @@ void AddCheck(CLI::App& app) {
   const auto to = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand("check", "Check a scene without rendering it");
   AddScene(*command, to->scene);
+  AddSceneChanges(*command, to->changes);
   AddEffect(*command, to->effect);
   command->callback([to] { Check(*to); });
 }

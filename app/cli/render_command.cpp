@@ -32,7 +32,8 @@ void AddFiles(CLI::App& render, RenderArguments& to) {
       ->option_text("FILE")
       ->required();
   auto* yes = render.add_flag_callback(
-      "-y,--overwrite", [&to] { to.overwrite = Overwrite::kAlways; }, "replace existing pictures");
+      "-y,--overwrite", [&to] { to.overwrite = to.scene.overwrite = Overwrite::kAlways; },
+      "replace existing pictures");
   render
       .add_flag_callback(
           "-n,--no-overwrite", [&to] { to.overwrite = Overwrite::kNever; },

@@ -1,11 +1,50 @@
 #include "shared_options.h"
 
 #include "files.h"
+#include "shots.h"
 
 namespace app {
 
-void AddScene(CLI::App& command, std::filesystem::path& scene) {
-  command.add_option("SCENE", scene, "the scene's file")->required()->option_text(" ");
+namespace {
+
+CLI::Option* AddSeconds(CLI::App& command, const char* name, double& seconds,
+                        const char* description) {
+  const auto read = [&seconds](const std::string& text) { seconds = ParseSeconds(text); };
+  return command.add_option_function<std::string>(name, read, description)->option_text("SECONDS");
+}
+
+}  // namespace
+
+void AddScene(CLI::App& command, SceneSource& scene) {
+  command
+      .add_option("SCENE|PICTURE|MOVIE", scene.file,
+                  "a scene's file (.json); with --path what the stroke is drawn on")
+      ->required()
+      ->option_text(" ");
+  auto* path = command.add_option("--path", scene.drawing.file, "a drawing: .svg, or .csv");
+  path->option_text("FILE");
+  AddDrawing(command, scene.drawing, &scene.has_end);
+  command.add_option("--save-scene", scene.save, "write the scene that this makes")
+      ->option_text("FILE")
+      ->needs(path);
+}
+
+void AddDrawing(CLI::App& command, PathImport& drawing, bool* has_end) {
+  command.add_option("--id", drawing.ids, "only the shape or group of that name; may be repeated")
+      ->option_text("NAME")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  AddSeconds(command, "--from", drawing.times.from, "when the drawing begins; default: 0s");
+  CLI::Option* to = AddSeconds(
+      command, "--to", drawing.times.to,
+      has_end ? "when it is done; default: with the movie, or 3s" : "when it is done; default: 3s");
+  if (has_end != nullptr) {
+    to->each([has_end](const std::string&) { *has_end = true; });
+  }
+  AddChoice<bool>(command, "--ease", drawing.times.smooth, {{"linear", false}, {"smooth", true}},
+                  "smooth starts and ends gently; default: linear");
+  AddSeconds(command, "--stagger", drawing.times.pause,
+             "the pause between two strokes; default: a frame");
 }
 
 void AddSceneChanges(CLI::App& command, SceneChanges& changes) {

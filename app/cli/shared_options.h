@@ -6,12 +6,15 @@
 #include <utility>
 #include <vector>
 
-#include "scene.h"
+#include "scene_source.h"
 
 namespace app {
 
-/// The argument that names a scene.
-void AddScene(CLI::App& command, std::filesystem::path& scene);
+/// The argument that names a scene or a layer, and the options for a drawing on that layer.
+void AddScene(CLI::App& command, SceneSource& scene);
+
+/// The options that say when a drawing is drawn, and which of its shapes.
+void AddDrawing(CLI::App& command, PathImport& drawing, bool* has_end = nullptr);
 
 /// The options for what is laid over the scene's controls.
 void AddSceneChanges(CLI::App& command, SceneChanges& changes);

@@ -10,6 +10,7 @@
 #include "contact_sheet.h"
 #include "errors.h"
 #include "file_pattern.h"
+#include "files.h"
 #include "frame_range.h"
 #include "output_file.h"
 #include "picture_file.h"
@@ -22,10 +23,10 @@ namespace app {
 namespace {
 
 struct Arguments {
-  std::filesystem::path source;  // a scene (.json), or a pattern of pictures that there are
   std::filesystem::path output;
   Overwrite overwrite = Overwrite::kAsk;
   std::string frames;      // empty: all that there are
+  bool looks = false;      // a frame, the last one unless frames says another, in every look
   int columns = 0;         // 0: about as many as rows
   int width = 240;         // of one picture on the sheet, pixels
   RenderArguments render;  // for a scene: its controls, backdrop, effect, progress
@@ -37,11 +38,12 @@ void WriteSheet(const ContactSheet& sheet, const Arguments& arguments) {
 }
 
 void SheetOfPictures(const Arguments& arguments) {
-  const FilePattern pattern(arguments.source);
+  const std::filesystem::path& source = arguments.render.scene.file;
+  const FilePattern pattern(source);
   const std::vector<int> numbers =
       arguments.frames.empty() ? pattern.Existing() : ParseFrames(arguments.frames);
   if (numbers.empty()) {
-    throw FileError(fmt::format("there is no picture \"{}\"", arguments.source.string()));
+    throw FileError(fmt::format("there is no picture \"{}\"", source.string()));
   }
   ContactSheet sheet(static_cast<int>(numbers.size()), arguments.columns, arguments.width);
   for (const int number : numbers)
@@ -72,13 +74,38 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
-void SheetOfScene(const Arguments& arguments) {
-  const NotedSignals signals;
-  // Worker processes are forked, which takes a process without other threads.
-  KeepPicturesSingleThreaded();
+/// The look that a frame has without a preset.
+constexpr const char* kNoLook = "no look";
+
+void SheetOfLooks(const Arguments& arguments) {
   RenderArguments render = arguments.render;
   const ScratchFolder folder;
-  render.scene = arguments.source;
+  if (arguments.frames.empty()) {
+    const hosting::Effect effect(FindEffect(render.effect));
+    const Scene scene = OpenScene(render.scene, render.changes, effect).scene;
+    render.shots.frames = std::to_string(scene.layer.first_number + scene.frames - 1);
+  } else {
+    render.shots.frames = arguments.frames;
+  }
+  std::vector<std::string> looks = PresetNames();
+  looks.insert(looks.begin(), kNoLook);
+  ContactSheet sheet(static_cast<int>(looks.size()), arguments.columns, arguments.width);
+  for (const std::string& look : looks) {
+    render.changes.preset = look == kNoLook ? "" : FindPreset(look);
+    render.shots.output = folder.path() / (look + ".png");
+    const RenderPlan plan(render);
+    if (plan.shots().size() != 1) throw InputError("--looks shows one frame; give one with -F");
+    RenderResults results;
+    RunPlan(plan, ProgressStyle::kNone, results);
+    sheet.Add(ReadPicture(plan.shots().front().file), look);
+    render.scene.save.clear();  // once is enough
+  }
+  WriteSheet(sheet, arguments);
+}
+
+void SheetOfScene(const Arguments& arguments) {
+  RenderArguments render = arguments.render;
+  const ScratchFolder folder;
   render.shots.frames = arguments.frames;
   render.shots.output = folder.path() / "####.png";
   const RenderPlan plan(render);
@@ -101,7 +128,16 @@ void MakeSheet(const Arguments& arguments) {
     const PictureFormat format(arguments.output, hosting::Depth::k8);
     const OutputFile probe(arguments.output);
   }
-  arguments.source.extension() == ".json" ? SheetOfScene(arguments) : SheetOfPictures(arguments);
+  const SceneSource& source = arguments.render.scene;
+  const bool is_scene = ExtensionOf(source.file) == ".json" || !source.drawing.file.empty();
+  if (arguments.looks && !is_scene) {
+    throw InputError("--looks needs a scene, or a picture with --path FILE");
+  }
+  if (!is_scene) return SheetOfPictures(arguments);
+  const NotedSignals signals;
+  // Worker processes are forked, which takes a process without other threads.
+  KeepPicturesSingleThreaded();
+  arguments.looks ? SheetOfLooks(arguments) : SheetOfScene(arguments);
 }
 
 }  // namespace
@@ -109,17 +145,18 @@ void MakeSheet(const Arguments& arguments) {
 void AddSheet(CLI::App& app) {
   const auto to = std::make_shared<Arguments>();
   CLI::App* sheet = app.add_subcommand("sheet", "Put frames, labelled, side by side");
-  sheet->add_option("SCENE|PICTURES", to->source, "a scene to render, or pictures, as out.####.png")
-      ->required()
-      ->option_text(" ");
+  AddScene(*sheet, to->render.scene);
   sheet->add_option("-o,--output", to->output, "the picture to write")
       ->required()
       ->option_text("FILE");
   sheet->add_flag_callback(
-      "-y,--overwrite", [to = to.get()] { to->overwrite = Overwrite::kAlways; },
+      "-y,--overwrite",
+      [to = to.get()] { to->overwrite = to->render.scene.overwrite = Overwrite::kAlways; },
       "replace an existing sheet");
   sheet->add_option("-F,--frames", to->frames, "which frames, as 0-89x10; default: all")
       ->option_text("RANGES");
+  sheet->add_flag("--looks", to->looks,
+                  "one frame, the last unless -F says another, in every look");
   sheet->add_option("--columns", to->columns, "pictures in a row; default: about as many as rows")
       ->check(CLI::Range(1, 1000))
       ->option_text("N");

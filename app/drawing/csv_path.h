@@ -1,15 +1,15 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "hosting/keyframes.h"
+#include "pen_times.h"
 
 namespace app {
 
-/// Rows "frame,x,y" as a key each, `frame_rate` frames a second. The first row may be a heading,
-/// blank rows are passed over. `file` begins each message. Throws InputError.
-std::vector<hosting::Key<hosting::Point>> ReadCsvPath(const std::string& file,
-                                                      const std::string& csv, double frame_rate);
+/// Rows of a table as a key each. The first row may name the columns: "x", "y", "frame" or "time"
+/// (seconds), and "pen" (0 where it is up); else they are frame, x and y. There are `frame_rate`
+/// frames a second. Other columns and blank rows are passed over. `file` begins each message.
+/// Throws InputError.
+DrawnStrokes ReadCsvPath(const std::string& file, const std::string& csv, double frame_rate);
 
 }  // namespace app

@@ -1,142 +1,123 @@
 #include "path_import.h"
 
 #include <fmt/format.h>
-#include <json/json.h>
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "csv_path.h"
 #include "errors.h"
-#include "hosting/motion_path.h"
-#include "hosting/values.h"
+#include "files.h"
 #include "svg_drawing.h"
 
 namespace app {
 namespace {
 
-using hosting::Key;
 using hosting::Point;
 
-Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
+/// A rectangle around points.
+struct Box {
+  double left = HUGE_VAL;
+  double top = HUGE_VAL;
+  double right = -HUGE_VAL;
+  double bottom = -HUGE_VAL;
 
-void CheckInReach(const PathImport& wanted, Point point) {
-  const auto within = [](double v) { return std::abs(v) <= hosting::kFixedLimit; };
-  if (within(point.x) && within(point.y)) return;
-  throw InputError(fmt::format("{}: ({}, {}) is out of reach; points go to {} pixels",
-                               wanted.file.string(), point.x, point.y, hosting::kFixedLimit));
-}
-
-std::vector<Key<Point>> FromCsv(const PathImport& wanted, const std::string& csv) {
-  std::vector<Key<Point>> keys = ReadCsvPath(wanted.file.string(), csv, wanted.frame_rate);
-  for (const Key<Point>& key : keys) CheckInReach(wanted, key.value);
-  return keys;
-}
-
-/// The page's, or the picture's in it, way onto the layer.
-Affine ToLayer(const DrawnPath& drawing, const LayerSource& layer) {
-  Affine frame = drawing.picture;
-  if (!drawing.has_picture) {
-    const double w = drawing.page_width;
-    const double h = drawing.page_height;
-    // A page is rarely exactly as wide as it should be.
-    constexpr double kAlike = 0.02;
-    if (!(std::abs(w * layer.height - h * layer.width) <= kAlike * h * layer.width)) {
-      throw InputError(fmt::format(
-          "the drawing's page ({:.0f} x {:.0f}) and the layer ({} x {}) differ in shape; draw the "
-          "path over the picture itself, opened in the editor",
-          w, h, layer.width, layer.height));
+  explicit Box(const std::vector<Stroke>& strokes) {
+    for (const Stroke& stroke : strokes) {
+      for (const Curve& curve : stroke) {
+        for (const Point& p : curve) {
+          left = std::min(left, p.x);
+          top = std::min(top, p.y);
+          right = std::max(right, p.x);
+          bottom = std::max(bottom, p.y);
+        }
+      }
     }
-    frame = Affine::Scale(w, h);
   }
-  return Affine::Scale(layer.width, layer.height) * frame.Inverse();
+};
+
+void Apply(const Affine& affine, std::vector<Stroke>& strokes) {
+  for (Stroke& stroke : strokes) {
+    for (Curve& curve : stroke) {
+      for (Point& p : curve) p = affine(p);
+    }
+  }
 }
 
-std::vector<Curve> DrawnCurves(const PathImport& wanted, const std::string& svg,
-                               const LayerOpener& open) {
-  DrawnPath drawing = ReadDrawnPath(wanted.file.string(), svg, wanted.id);
-  if (wanted.layer.empty()) return drawing.curves;
-  const Affine to_layer = ToLayer(drawing, open(wanted.layer));
-  for (Curve& curve : drawing.curves) {
-    for (Point& point : curve) point = to_layer(point);
-  }
-  return drawing.curves;
+/// Brings a rectangle of that size at that place into the middle of the layer, `part` of which it
+/// may fill.
+Affine Fitted(const LayerSize& layer, double left, double top, double width, double height,
+              double part) {
+  const double scale =
+      part * std::min(layer.width / std::max(width, 1e-9), layer.height / std::max(height, 1e-9));
+  return Affine::Translation(layer.width / 2.0, layer.height / 2.0) * Affine::Scale(scale, scale) *
+         Affine::Translation(-left - width / 2, -top - height / 2);
 }
 
-std::vector<Key<Point>> FromSvg(const PathImport& wanted, const std::string& svg,
-                                const LayerOpener& open) {
-  const std::vector<Curve> curves = DrawnCurves(wanted, svg, open);
-  std::vector<double> lengths;
-  for (const Curve& c : curves) {
-    for (const Point& point : c) CheckInReach(wanted, point);
-    lengths.push_back(hosting::MotionPath(c[0], c[1] - c[0], c[2] - c[3], c[3]).length());
-  }
-  const double total = std::accumulate(lengths.begin(), lengths.end(), 0.0);
-  if (!(total > 0)) throw InputError("the SVG's path has no length");
-  std::vector<Key<Point>> keys{{.seconds = wanted.from, .value = curves.front()[0]}};
-  double travelled = 0;
-  for (std::size_t i = 0; i < curves.size(); ++i) {
-    const Curve& c = curves[i];
-    travelled += lengths[i];
-    const double seconds = wanted.from + (wanted.to - wanted.from) * (travelled / total);
-    if (!(keys.back().seconds < seconds)) continue;  // too short for its time to be told
-    keys.back().out_tangent = c[1] - c[0];
-    keys.push_back({.seconds = seconds, .value = c[3], .in_tangent = c[2] - c[3]});
-  }
-  if (wanted.smooth) {
-    keys.front().out = hosting::kSmooth;
-    keys.back().in = hosting::kSmooth;
-  }
-  return keys;
-}
+/// What of the layer a drawing that is fitted into it fills, in each direction.
+constexpr double kFilled = 0.8;
 
-std::string Rounded(double value) { return fmt::format("{:.6g}", value); }
-
-std::string AsJson(const Key<Point>& key) {
-  const auto pair = [](double a, double b) {
-    return fmt::format("[{}, {}]", Rounded(a), Rounded(b));
+/// Moves a drawing from its page onto the layer.
+void FitLayer(const LayerSize& layer, Drawing& drawing) {
+  const double w = drawing.page_width;
+  const double h = drawing.page_height;
+  // A page is rarely exactly as wide as it should be.
+  constexpr double kAlike = 0.02;
+  const auto fit_drawing = [&](const char* why) {
+    const Box box(drawing.strokes);
+    Apply(Fitted(layer, box.left, box.top, box.right - box.left, box.bottom - box.top, kFilled),
+          drawing.strokes);
+    drawing.notes.emplace_back(fmt::format("{}; it is fitted into the picture", why));
   };
-  std::string text =
-      fmt::format("\"time\": {}, \"value\": {}", key.seconds, pair(key.value.x, key.value.y));
-  const auto add = [&](const char* name, double a, double b) {
-    text += fmt::format(", \"{}\": {}", name, pair(a, b));
-  };
-  if (key.in != hosting::kLinear) add("in", key.in.time, key.in.progress);
-  if (key.out != hosting::kLinear) add("out", key.out.time, key.out.progress);
-  if (key.in_tangent != Point{}) add("in_tangent", key.in_tangent.x, key.in_tangent.y);
-  if (key.out_tangent != Point{}) add("out_tangent", key.out_tangent.x, key.out_tangent.y);
-  return fmt::format("{{{}}}", text);
+  if (drawing.has_picture) {
+    Apply(Affine::Scale(layer.width, layer.height) * drawing.picture.Inverse(), drawing.strokes);
+  } else if (!(w > 0 && h > 0)) {
+    return fit_drawing("the drawing does not say how large its page is");
+  } else if (std::abs(w * layer.height - h * layer.width) <= kAlike * h * layer.width) {
+    Apply(Affine::Scale(layer.width / w, layer.height / h), drawing.strokes);
+  } else {
+    Apply(Fitted(layer, 0, 0, w, h, 1), drawing.strokes);
+    drawing.notes.push_back(
+        fmt::format("the drawing's page ({:.0f} x {:.0f}) and the picture ({} x {}) differ in "
+                    "shape; it is fitted into the picture",
+                    w, h, layer.width, layer.height));
+  }
+  const Box box(drawing.strokes);
+  if (box.right < 0 || box.bottom < 0 || box.left > layer.width || box.top > layer.height) {
+    fit_drawing("the drawing lies outside of its page");
+  }
+}
+
+DrawnStrokes FromSvg(const PathImport& wanted, const std::string& svg,
+                     const std::optional<LayerSize>& layer) {
+  Drawing drawing = ReadSvgDrawing(wanted.file.string(), svg, wanted.ids);
+  if (layer) FitLayer(*layer, drawing);
+  DrawnStrokes drawn = TimeStrokes(drawing.strokes, wanted.times, wanted.file.string());
+  drawn.notes.insert(drawn.notes.begin(), drawing.notes.begin(), drawing.notes.end());
+  return drawn;
 }
 
 }  // namespace
 
-std::vector<Key<Point>> ImportPath(const PathImport& wanted, const std::string& text,
-                                   const LayerOpener& open) {
-  if (!(wanted.from < wanted.to)) {
-    throw InputError(
-        fmt::format("--to ({} s) must come after --from ({} s)", wanted.to, wanted.from));
+DrawnStrokes ImportPath(const PathImport& wanted, const std::string& text,
+                        const std::optional<LayerSize>& layer) {
+  const std::string extension = ExtensionOf(wanted.file);
+  const std::string file = wanted.file.string();
+  if (extension != ".svg" && extension != ".csv") {
+    throw InputError(fmt::format("\"{}\": drawings are read from .svg or .csv", file));
   }
-  if (wanted.file.extension() == ".svg") return FromSvg(wanted, text, open);
-  if (wanted.file.extension() == ".csv") return FromCsv(wanted, text);
-  throw InputError(fmt::format("\"{}\": paths are read from .svg or .csv", wanted.file.string()));
-}
-
-std::string BrushPositionText(const std::vector<Key<Point>>& keys, const std::string& indent) {
-  std::vector<std::string> lines;
-  lines.reserve(keys.size());
-  for (const Key<Point>& key : keys) lines.push_back(fmt::format("{}    {}", indent, AsJson(key)));
-  return fmt::format("{0}\"Brush Position\": {{\n{0}  \"keys\": [\n{1}\n{0}  ]\n{0}}}\n", indent,
-                     fmt::join(lines, ",\n"));
-}
-
-std::string SceneText(const PathImport& wanted, const std::vector<Key<Point>>& keys) {
-  return fmt::format(
-      "{{\n  \"layer\": {},\n  \"frame_rate\": {},\n  \"duration\": {},\n  \"controls\": {{\n{}  "
-      "}}\n}}\n",
-      Json::valueToQuotedString(wanted.layer.string().c_str()), Rounded(wanted.frame_rate),
-      Rounded(std::max(keys.back().seconds, 1 / wanted.frame_rate)),
-      BrushPositionText(keys, "    "));
+  DrawnStrokes drawn = extension == ".svg"
+                           ? FromSvg(wanted, text, layer)
+                           : ReadCsvPath(file, text, wanted.times.frame_rate.value());
+  for (const auto& key : drawn.keys) {
+    for (const Point& p : {key.value, key.in_tangent, key.out_tangent}) {
+      const auto within = [](double v) { return std::abs(v) <= hosting::kFixedLimit; };
+      if (within(p.x) && within(p.y)) continue;
+      throw InputError(fmt::format("{}: ({}, {}) is out of reach; points go to {} pixels", file,
+                                   p.x, p.y, hosting::kFixedLimit));
+    }
+  }
+  return drawn;
 }
 
 }  // namespace app

@@ -1,44 +1,32 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "hosting/keyframes.h"
-#include "scene.h"
+#include "pen_times.h"
 
 namespace app {
 
-/// A drawn path as keys: from the first second to the last at even speed along its length, corner
-/// by corner, with tangents where it is curved.
-///
-/// SVG: the path element with this id, or the first one drawn, in the page's pixels; all path
-/// commands but arcs. With a layer, in the layer's pixels: the picture that lies in the drawing, or
-/// else the page, is the layer. CSV: rows "frame,x,y", a key for each, `frame_rate` frames a
-/// second; `from`, `to` and `smooth` are not used.
+/// A drawing that is to become the way of a brush.
 struct PathImport {
-  std::filesystem::path file;  // .svg or .csv
-  std::string id;
-  double from = 0;  // seconds
-  double to = 3;
-  bool smooth = false;  // starts and ends gently
-  double frame_rate = 30;
-  std::filesystem::path layer{};  // empty: only the path is wanted
+  std::filesystem::path file;    // .svg or .csv
+  std::vector<std::string> ids;  // of an SVG's shapes or groups; empty: all that are visible
+  PenTimes times;                // of an SVG; a CSV has its own, in frames of that rate
 };
 
-/// The keys of the path that `text`, which the file holds, describes. `open` is called for the
-/// layer of an SVG. Throws InputError, and what `open` throws.
-std::vector<hosting::Key<hosting::Point>> ImportPath(const PathImport& wanted,
-                                                     const std::string& text,
-                                                     const LayerOpener& open);
+/// Of the layer, pixels.
+struct LayerSize {
+  int width = 0;
+  int height = 0;
+};
 
-/// The keys as a scene's "Brush Position", each line after `indent`. A key is one line, in the
-/// order in which people write it.
-std::string BrushPositionText(const std::vector<hosting::Key<hosting::Point>>& keys,
-                              const std::string& indent = {});
-
-/// A whole scene that the keys, which are not none, and the layer make.
-std::string SceneText(const PathImport& wanted,
-                      const std::vector<hosting::Key<hosting::Point>>& keys);
+/// The drawing that `text`, which the file holds, describes. Without a layer, in the page's pixels.
+/// With one, in its pixels: the picture that lies in the drawing, or else the page, is the layer. A
+/// page of another shape, or a drawing beside it, is fitted into the layer, and a note says so.
+/// CSV: in pixels of the layer anyway. Throws InputError.
+DrawnStrokes ImportPath(const PathImport& wanted, const std::string& text,
+                        const std::optional<LayerSize>& layer);
 
 }  // namespace app

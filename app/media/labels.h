@@ -10,9 +10,9 @@ namespace app {
 constexpr int kLetterWidth = 6;
 constexpr int kLetterHeight = 9;
 
-/// Writes digits, "-", ".", "s" and blanks into an 8-bit world in light grey, centred around
-/// `centre` with its top at `top`, in pixels of the world; what does not fit is cut off. The font
-/// is our own: a bare machine has none.
+/// Writes digits, small letters, "-", "." and blanks into an 8-bit world in light grey, centred
+/// around `centre` with its top at `top`, in pixels of the world; what does not fit is cut off. The
+/// font is our own: a bare machine has none.
 void DrawLabel(hosting::World& world, std::string_view text, int centre, int top, int scale);
 
 }  // namespace app

@@ -11,7 +11,6 @@
 #include "hosting/area_sampler.h"
 #include "layer_source.h"
 #include "output_file.h"
-#include "scene_notes.h"
 
 namespace app {
 namespace {
@@ -76,7 +75,7 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
     : arguments_(arguments),
       effect_file_(FindEffect(arguments.effect)),
       effect_(effect_file_),
-      scene_(ReadScene(arguments.scene, effect_, OpenLayer, arguments.changes)),
+      opened_(OpenScene(arguments.scene, arguments.changes, effect_)),
       region_(ParseRegion(arguments.region)),
       movie_(MovieFor(arguments)),
       format_(FormatFor(arguments, movie_.has_value())),
@@ -100,19 +99,19 @@ RenderPlan::RenderPlan(const RenderArguments& arguments)
 }
 
 void RenderPlan::TakeNotes() {
-  notes_ = SceneNotes(scene_);
   const A_long end = scene_.setup.time.FrameTime(scene_.frames);
   const auto past = std::count_if(shots_.begin(), shots_.end(),
                                   [&](const Shot& shot) { return shot.time >= end; });
   if (past > 0) {
-    notes_.push_back(fmt::format("{} of {} frames come after the scene's end; its last is {}", past,
-                                 shots_.size(), FirstNumber() + scene_.frames - 1));
+    opened_.notes.push_back(
+        fmt::format("{} of {} frames come after the scene's end; its last is {}", past,
+                    shots_.size(), FirstNumber() + scene_.frames - 1));
   }
   const PF_LRect all{0, 0, hosting::ReducedSize(scene_.setup.width, arguments_.downsample),
                      hosting::ReducedSize(scene_.setup.height, arguments_.downsample)};
   if (region_ && (region_->left < all.left || region_->top < all.top ||
                   region_->right > all.right || region_->bottom > all.bottom)) {
-    notes_.push_back(
+    opened_.notes.push_back(
         fmt::format("the region is not all inside the picture of {} x {}", all.right, all.bottom));
   }
 }
@@ -129,7 +128,7 @@ void RenderPlan::LeaveOutWhatIsUpToDate() {
 void RenderPlan::AddCommonFingerprint() {
   common_.Add(VORLIN_VERSION);
   common_.AddFile(effect_file_);
-  common_.AddFile(arguments_.scene);
+  common_.Add(opened_.text);
   if (scene_.layer.frames == 0) common_.AddFile(scene_.layer.file(0));
   const SceneChanges& changes = arguments_.changes;
   common_.Add(changes.preset.empty() ? "" : "preset");

@@ -14,7 +14,7 @@
 #include "movie_format.h"
 #include "picture_file.h"
 #include "render_request.h"
-#include "scene.h"
+#include "scene_source.h"
 #include "shots.h"
 
 namespace app {
@@ -41,7 +41,7 @@ class RenderPlan {
   int height() const;
 
   /// What the user likely does not mean, a line each.
-  const std::vector<std::string>& notes() const { return notes_; }
+  const std::vector<std::string>& notes() const { return opened_.notes; }
 
   /// The layer's sound during the shots of a movie, if it is wanted and there is any.
   std::optional<MovieSound> Sound() const;
@@ -69,7 +69,8 @@ class RenderPlan {
   const RenderArguments& arguments_;
   std::filesystem::path effect_file_;
   hosting::Effect effect_;
-  Scene scene_;
+  OpenedScene opened_;
+  const Scene& scene_ = opened_.scene;
   std::optional<PF_LRect> region_;
   std::optional<MovieFormat> movie_;
   std::optional<PictureFormat> format_;
@@ -77,7 +78,6 @@ class RenderPlan {
   std::vector<Shot> skipped_;
   Backdrop backdrop_;
   Fingerprint common_;
-  std::vector<std::string> notes_;
 };
 
 }  // namespace app

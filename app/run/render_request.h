@@ -6,14 +6,14 @@
 #include "hosting/render.h"
 #include "movie_format.h"
 #include "render_progress.h"
-#include "scene.h"
+#include "scene_source.h"
 #include "shots.h"
 
 namespace app {
 
 /// What a run is asked to do.
 struct RenderArguments {
-  std::filesystem::path scene;
+  SceneSource scene;
   SceneChanges changes;
   ShotChoice shots;
   Overwrite overwrite = Overwrite::kAsk;

@@ -167,6 +167,9 @@ Scene ReadScene(const JsonText& json, const std::filesystem::path& folder,
     if (const auto controls = root.Find("controls")) ReadControls(*controls, setup.controls);
   });
   mistakes.Try([&] { ApplyChanges(changes, setup.controls); });
+  mistakes.Try([&] {
+    if (const auto pen = root.Find("pen")) setup.controls.Gate("Stroke Width", pen->Spans());
+  });
   mistakes.Try([&] { scene.frames = ReadFrameCount(root, scene); });
   mistakes.Tell();
 

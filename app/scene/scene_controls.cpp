@@ -44,13 +44,8 @@ hosting::ControlTrack ReadControl(const Node& node, ControlType type) {
   node.Fail("a group of controls has no value");
 }
 
-void ApplyPreset(const std::filesystem::path& path, hosting::ControlTracks& controls) {
-  const JsonText json = JsonText::Read(path);
-  ReadControls(Node(json).Open(PresetFormat()).Need("controls"), controls);
-}
-
-/// "Name=value": the value is JSON, or a text that needs no quotes.
-void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) {
+/// "Name=value" as {"Name": value}: the value is JSON, or a text that needs no quotes.
+JsonText ParseSetting(const std::string& setting) {
   const std::size_t equals = setting.find('=');
   if (equals == setting.npos) {
     throw InputError(fmt::format("--set: expected \"Name=value\", found \"{}\"", setting));
@@ -60,14 +55,11 @@ void ApplySetting(const std::string& setting, hosting::ControlTracks& controls) 
   const auto parsed = [&](const std::string& written) {
     return JsonText::Inline("--set", fmt::format("{{{}: {}}}", name, written));
   };
-  const auto json = [&] {
-    try {
-      return parsed(value);
-    } catch (const InputError&) {
-      return parsed(Json::valueToQuotedString(value.c_str()));
-    }
-  }();
-  ReadControls(Node(json), controls);
+  try {
+    return parsed(value);
+  } catch (const InputError&) {
+    return parsed(Json::valueToQuotedString(value.c_str()));
+  }
 }
 
 }  // namespace
@@ -87,8 +79,24 @@ void ReadControls(const Node& node, hosting::ControlTracks& controls) {
 }
 
 void ApplyChanges(const SceneChanges& changes, hosting::ControlTracks& controls) {
-  if (!changes.preset.empty()) ApplyPreset(changes.preset, controls);
-  for (const std::string& setting : changes.settings) ApplySetting(setting, controls);
+  if (!changes.preset.empty()) {
+    const JsonText json = JsonText::Read(changes.preset);
+    ReadControls(Node(json).Open(PresetFormat()).Need("controls"), controls);
+  }
+  for (const std::string& setting : changes.settings) {
+    const JsonText json = ParseSetting(setting);
+    ReadControls(Node(json), controls);
+  }
+}
+
+Json::Value ChangedControls(const SceneChanges& changes) {
+  Json::Value all(Json::objectValue);
+  const auto add = [&](const Json::Value& controls) {
+    for (const std::string& name : controls.getMemberNames()) all[name] = controls[name];
+  };
+  if (!changes.preset.empty()) add(JsonText::Read(changes.preset).root()["controls"]);
+  for (const std::string& setting : changes.settings) add(ParseSetting(setting).root());
+  return all;
 }
 
 }  // namespace app

@@ -19,6 +19,9 @@ struct SceneChanges {
   std::vector<std::string> settings;  // as "Stroke Width=6" or "Paint Style=Wobbly"
 };
 
+/// Those as one object of controls, later ones in place of earlier ones. Throws Error.
+Json::Value ChangedControls(const SceneChanges& changes);
+
 /// Throws Error when a file cannot be read, or a preset or setting is wrong.
 void ApplyChanges(const SceneChanges& changes, hosting::ControlTracks& controls);
 

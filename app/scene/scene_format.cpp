@@ -104,6 +104,13 @@ const ObjectFormat& SceneFormat() {
            .says = "How wide a pixel of the layer is, to how high; without this key as its movie "
                    "says."},
           ControlsKey(false),
+          {.name = "pen",
+           .type = ValueType::kSpans,
+           .unit = "seconds",
+           .example = JsonList(JsonList(0, 1.2), JsonList(1.5, 2.5)),
+           .says = "When the brush touches the picture; without this key always. Outside these "
+                   "spans \"Stroke Width\" is 0, whatever else says of it. Their times are the "
+                   "layer's own, as those of the controls' keys."},
           {.name = "lights",
            .type = ValueType::kLights,
            .example = JsonList(Member("type", "ambient")),

@@ -22,6 +22,7 @@ enum class ValueType {
   kTriple,     // [x, y, z]
   kColor,      // "#rrggbb"
   kChoice,     // one of the choices
+  kSpans,      // [[in, out], ...], rising
   kHandle,     // [time, progress]
   kKeyed,      // what the keys are of
   kKeys,

@@ -159,6 +159,21 @@ hosting::Color Node::Color() const {
   return *color;
 }
 
+std::vector<hosting::Span> Node::Spans() const {
+  if (!IsList()) Expected("a list of spans [[in, out], ...]");
+  std::vector<hosting::Span> spans;
+  for (Node part : Parts()) {
+    part.format_ = format_;
+    const auto [in, out] = part.Numbers<2>("a span [in, out]");
+    if (!(in < out)) part.Fail("a span ends after it begins");
+    if (!spans.empty() && !(spans.back().out <= in)) {
+      part.Fail("spans follow each other in time");
+    }
+    spans.push_back({in, out});
+  }
+  return spans;
+}
+
 hosting::Handle Node::Handle() const {
   const auto [time, progress] = Numbers<2>("a handle [time, progress]");
   if (!format_->Holds(time)) {

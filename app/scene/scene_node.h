@@ -51,6 +51,7 @@ class Node {
   hosting::Point Point() const;
   hosting::Vec3 Triple() const;
   hosting::Color Color() const;
+  std::vector<hosting::Span> Spans() const;
   hosting::Handle Handle() const;
   /// The index among the format's choices; `what` names what is chosen, else the key does.
   std::size_t Choice(std::string_view what = {}) const;

@@ -37,6 +37,8 @@ std::string TypeText(const KeyFormat& format) {
       return "`[width, height]`, whole numbers";
     case ValueType::kPoint:
       return "`[x, y]`";
+    case ValueType::kSpans:
+      return "`[[in, out], ...]`";
     case ValueType::kTriple:
       return "`[x, y, z]`";
     case ValueType::kColor:

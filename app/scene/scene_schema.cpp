@@ -83,6 +83,11 @@ Json::Value Value(const KeyFormat& format) {
     }
     case ValueType::kPoint:
       return List(Number(format), 2);
+    case ValueType::kSpans: {
+      Json::Value spans = Type("array");
+      spans["items"] = List(Number(format), 2);
+      return spans;
+    }
     case ValueType::kTriple:
       return List(Number(format), 3);
     case ValueType::kColor:

@@ -1,7 +1,10 @@
 #include "hosting/controls.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "encodings.h"
 #include "hosting/errors.h"
@@ -146,11 +149,30 @@ const ControlTrack& ControlTracks::TrackOf(int index) const {
   return tracks_[static_cast<std::size_t>(Control(index).index - 1)];
 }
 
+void ControlTracks::Gate(std::string_view name, std::vector<Span> spans) {
+  const ControlInfo& control = Control(name);
+  if (control.type != ControlType::kSlider) throw Error(Label(control) + " is no slider");
+  for (std::size_t i = 0; i < spans.size(); ++i) {
+    if (!(spans[i].in < spans[i].out)) throw Error("a span ends after it begins");
+    if (i > 0 && !(spans[i - 1].out <= spans[i].in)) throw Error("spans follow each other in time");
+  }
+  gated_ = control.index;
+  spans_ = std::move(spans);
+}
+
+bool ControlTracks::IsShut(int index, double seconds) const {
+  if (index != gated_) return false;
+  const auto after = std::upper_bound(spans_.begin(), spans_.end(), seconds,
+                                      [](double t, const Span& span) { return t < span.in; });
+  return after == spans_.begin() || !std::prev(after)->Holds(seconds);
+}
+
 PF_ParamDef ControlTracks::At(int index, double seconds, double downsample_x,
                               double downsample_y) const {
   const ControlInfo& control = Control(index);
   PF_ParamDef param = control.record;
-  std::visit(FillValue{param, control, seconds, downsample_x, downsample_y}, TrackOf(index));
+  const FillValue fill{param, control, seconds, downsample_x, downsample_y};
+  IsShut(index, seconds) ? fill(Track<double>(0)) : std::visit(fill, TrackOf(index));
   return param;
 }
 

@@ -16,7 +16,7 @@ using Threads = InSceneFolder;
 
 TEST_F(Threads, OfAWorkerReadRenderAndStoreFramesInOrder) {
   RenderArguments arguments;
-  arguments.scene = "scene.json";
+  arguments.scene.file = "scene.json";
   arguments.shots.output = "o.####.png";
   arguments.effect = EFFECT;
   const RenderPlan plan(arguments);

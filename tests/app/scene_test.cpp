@@ -55,6 +55,10 @@ TEST_F(Scenes, SayWhatIsWrongAndWhere) {
        "1:53: \"30/0\" is no ratio: expected 30, 29.97 or 30000/1001"},
       {R"({"layer": "plate.png", "duration": 1, "pixel_aspect": [1, 0]})",
        "1:55: the pixel aspect is a ratio of whole numbers, as [10, 11]"},
+      {R"({"layer": "plate.png", "duration": 1, "pen": [[0, 1], [0.5, 2]]})",
+       "1:55: spans follow each other in time"},
+      {R"({"layer": "plate.png", "duration": 1, "pen": [[1, 1]]})",
+       "1:47: a span ends after it begins"},
   };
   for (const auto& [text, message] : cases) {
     EXPECT_EQ(MessageOf([&text = text] { Read(text); }), std::string("scene.json:") + message)

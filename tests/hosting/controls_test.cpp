@@ -111,6 +111,29 @@ TEST(Effect, TellsItsControlsAndArrangesThePanel) {
   EXPECT_NE(effect.DynamicFlags(scene, 0) & PF_OutFlag2_I_USE_3D_LIGHTS, 0);
 }
 
+TEST(ControlTracks, SliderIsZeroOutsideItsSpans) {
+  const Effect effect(std::filesystem::path(VORLIN_EFFECT));
+  ControlTracks controls(effect.controls(), 100, 100);
+  controls.Gate("Stroke Width", {{0, 1.2}, {1.2, 1.3}, {1.5, 2}});
+  controls.Set("Stroke Width", Track<double>(6.5));  // whatever is set later
+  const int index = controls.Control("Stroke Width").index;
+  constexpr double kOne = 1 << 16;  // 16.16
+  // In units of 1/30720 s: 36864 is 1.2 s, 39936 is 1.3 s, 46080 is 1.5 s.
+  for (const auto& [unit, width] : {std::pair(-1, 0.0),
+                                    {0, 6.5},
+                                    {36864, 6.5},
+                                    {39935, 6.5},
+                                    {39936, 0.0},
+                                    {46079, 0.0},
+                                    {46080, 6.5},
+                                    {61440, 0.0}}) {
+    EXPECT_EQ(controls.At(index, unit / 30720.0, 1, 1).u.fd.value, width * kOne) << unit;
+  }
+  EXPECT_REFUSED(controls.Gate("Stroke Width", {{0, 2}, {1, 3}}), "follow each other");
+  EXPECT_REFUSED(controls.Gate("Stroke Width", {{1, 1}}), "ends after it begins");
+  EXPECT_REFUSED(controls.Gate("Brush Position", {{0, 1}}), "no slider");
+}
+
 TEST(Effect, RefusesWhatIsNone) {
   EXPECT_REFUSED(Effect(std::filesystem::path("no/such/library.so")), "cannot be loaded");
   const PF_MainEntry miscounting = [](PF_Cmd, PF_InData*, PF_OutData* out, auto...) -> PF_Err {

@@ -1,7 +1,6 @@
 // The composition around the effect's layer: a stack of layers, some of them lights.
 #pragma once
 
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,19 +8,12 @@
 
 namespace hosting {
 
-/// From in up to, not including, out: seconds of composition time.
-struct Span {
-  double in = -std::numeric_limits<double>::infinity();
-  double out = std::numeric_limits<double>::infinity();
-  bool Holds(double seconds) const { return in <= seconds && seconds < out; }
-};
-
 struct Layer {
   enum class Kind { kEffect, kLight };
   Kind kind = Kind::kLight;
   std::string name;
   bool enabled = true;
-  Span span;
+  Span span;    // of composition time
   Light light;  // for lights
 
   bool ActiveAt(double seconds) const { return enabled && span.Holds(seconds); }

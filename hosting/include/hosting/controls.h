@@ -65,6 +65,9 @@ class ControlTracks {
     Set(Control(name).index, std::move(track));
   }
   const ControlTrack& TrackOf(int index) const;
+  /// Outside these spans a slider is at 0, or as near as it goes, whatever its track says. Throws
+  /// Error for another control, and unless each span ends before the next begins.
+  void Gate(std::string_view name, std::vector<Span> spans);
 
   /// The control's record with its value at that time. Points become pixels of a buffer that is
   /// down-sampled by the two factors.
@@ -73,8 +76,12 @@ class ControlTracks {
   Color ColorAt(int index, double seconds) const;
 
  private:
+  bool IsShut(int index, double seconds) const;
+
   std::vector<ControlInfo> controls_;
   std::vector<ControlTrack> tracks_;
+  int gated_ = 0;  // the slider that only has a value within spans; 0: none
+  std::vector<Span> spans_;
 };
 
 }  // namespace hosting

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 
 #include "pf_types.h"
 
@@ -34,6 +35,13 @@ struct Range {
   double min = 0;
   double max = 0;
   bool Holds(double v) const { return v >= min && v <= max; }
+};
+
+/// From in up to, not including, out: seconds.
+struct Span {
+  double in = -std::numeric_limits<double>::infinity();
+  double out = std::numeric_limits<double>::infinity();
+  bool Holds(double seconds) const { return in <= seconds && seconds < out; }
 };
 
 /// The nearest value in range, of every channel.
