@@ -18,11 +18,14 @@ demo: $(BUILD)/build.ninja
 	@echo "contact sheet:   demo/ribbon_sheet.png"
 
 # The pictures of docs/looks.md and the README, at the moment each scene looks best, and those of docs/controls.md.
-LOOKS := glass-thread:2.95 honey:2.95 ink:2.95 lava:2.95 mercury:2.95 neon:2.95
+LOOKS := glass-thread honey ink lava mercury neon
+# Looks without a scene of their own, and what they are written on.
+WRITTEN := chrome:studio crayon:paper paint:white water:meadow
 gallery: $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target vorlin vorlin_effect
-	set -e; for look in $(LOOKS); do name=$${look%:*}; \
-	  $(BUILD)/app/cli/vorlin render scenes/$$name.json --preset $$name --time $${look#*:} --over layer -q -y -o $(BUILD)/look.png; \
+	set -e; for look in $(LOOKS) $(WRITTEN); do name=$${look%:*}; \
+	  case $$look in *:*) what="scenes/$${look#*:}.jpg --path scenes/hello.svg";; *) what=scenes/$$name.json;; esac; \
+	  $(BUILD)/app/cli/vorlin render $$what --preset $$name --time 2.95s --over layer -q -y -o $(BUILD)/look.png; \
 	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
 	done
 	tools/control-strips $(BUILD)/app/cli/vorlin

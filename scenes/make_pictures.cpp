@@ -282,6 +282,63 @@ Color Wall(float x, float y) {
   return (0.25F + 1.0F * lamp) * Mix(color, {0.20F, 0.16F, 0.34F}, 0.25F);
 }
 
+// Four pictures that no look was made for. A room at night, with a little light through a door.
+Color Night(float x, float y) {
+  const float door = SmoothStep(0.17F, 0.15F, std::abs(x - 1.36F)) * SmoothStep(0.12F, 0.15F, y);
+  const float floor = SmoothStep(0.70F, 0.74F, y);
+  const float spill = std::exp(-2.2F * std::hypot(x - 1.36F, 1.6F * (y - 0.8F))) * floor;
+  const Color room = (0.75F + 0.5F * Clouds(x * 6, y * 6)) *
+                     Mix({0.055F, 0.060F, 0.090F}, {0.030F, 0.026F, 0.030F}, floor);
+  const Color lit = room + spill * Color{0.22F, 0.16F, 0.10F};
+  return Mix(lit, (0.8F + 0.3F * (1 - y)) * Color{0.30F, 0.23F, 0.15F}, door * (1 - floor));
+}
+
+// Leaves and trunks in the shade.
+Color Forest(float x, float y) {
+  const float leaves = Clouds(x * 7, y * 7);
+  Color color = Mix({0.20F, 0.27F, 0.15F}, {0.58F, 0.62F, 0.36F}, SmoothStep(0.25F, 0.8F, leaves));
+  for (int i = 0; i < 7; ++i) {
+    const auto n = static_cast<float>(i);
+    const float centre =
+        0.14F + 0.26F * n + 0.05F * std::sin(2.7F * n) + 0.02F * std::sin(4 * y + n);
+    const float half = 0.022F + 0.014F * Noise(n, 3.5F);
+    const float trunk = SmoothStep(half, 0.8F * half, std::abs(x - centre));
+    const float bark = 0.8F + 0.5F * Clouds(x * 60, y * 8);
+    color = Mix(color, bark * Color{0.33F, 0.27F, 0.21F}, trunk);
+  }
+  const float ground = SmoothStep(0.76F, 0.84F, y + 0.05F * Clouds(x * 3, y));
+  return Mix(color, (0.7F + 0.6F * Clouds(x * 20, y * 30)) * Color{0.38F, 0.31F, 0.20F}, ground);
+}
+
+// A clear day: sky, a white house, grass in the sun.
+Color Meadow(float x, float y) {
+  const float cloud = SmoothStep(0.52F, 0.72F, Clouds(x * 2.2F, y * 5));
+  Color color = Mix(Mix({0.36F, 0.62F, 0.94F}, {0.78F, 0.89F, 0.98F}, y / 0.6F),
+                    {0.98F, 0.98F, 0.99F}, cloud * 0.9F);
+  const float hill = 0.58F + 0.03F * std::sin(3 * x + 1);
+  if (y > hill) {
+    color = (0.8F + 0.4F * Clouds(x * 18, y * 50)) *
+            Mix({0.55F, 0.73F, 0.30F}, {0.76F, 0.84F, 0.38F}, (y - hill) / 0.4F);
+  }
+  const bool house = std::abs(x - 0.52F) < 0.13F && y > 0.42F && y < 0.66F;
+  const bool roof = y > 0.30F && y < 0.42F && std::abs(x - 0.52F) < 0.15F * (y - 0.28F) / 0.14F;
+  if (house) color = x > 0.58F ? Color{0.80F, 0.82F, 0.88F} : Color{0.98F, 0.96F, 0.92F};
+  if (roof) color = {0.80F, 0.38F, 0.28F};
+  return color;
+}
+
+// A painted wall with the shadow of a window's frame.
+Color White(float x, float y) {
+  const float u = x + 0.35F * y;
+  const float v = y - 0.12F * x;
+  const bool pane = u > 0.55F && u < 1.45F && v > 0.05F && v < 0.72F &&
+                    std::abs(u - 1.0F) > 0.02F && std::abs(v - 0.38F) > 0.02F;
+  const float grain = 0.985F + 0.03F * Clouds(x * 80, y * 80);
+  const Color shade = Mix({0.86F, 0.87F, 0.90F}, {0.80F, 0.80F, 0.83F}, y);
+  const Color skirting = y > 0.93F ? Color{0.70F, 0.69F, 0.68F} : shade;
+  return grain * (pane ? Color{0.985F, 0.965F, 0.93F} : skirting);
+}
+
 bool Save(const std::string& path, const Painting& painting, int jpeg_quality) {
   std::vector<std::uint8_t> pixels;
   pixels.reserve(std::size_t{3} * kWidth * kHeight);
@@ -323,7 +380,9 @@ int main(int argc, char** argv) {
           folder + "/town.jpg", [&](float x, float y) { return Town(discs, x, y); }, 92) &&
       Save(folder + "/tiles.png", Tiles, 0) && Save(folder + "/cloth.jpg", Cloth, 90) &&
       Save(folder + "/paper.jpg", Paper, 90) && Save(folder + "/rock.jpg", Rock, 90) &&
-      Save(folder + "/wall.jpg", Wall, 90) && Save(folder + "/studio.jpg", Studio, 90);
+      Save(folder + "/wall.jpg", Wall, 90) && Save(folder + "/studio.jpg", Studio, 90) &&
+      Save(folder + "/night.jpg", Night, 88) && Save(folder + "/forest.jpg", Forest, 88) &&
+      Save(folder + "/meadow.jpg", Meadow, 88) && Save(folder + "/white.jpg", White, 88);
   if (!good) std::fprintf(stderr, "%s: cannot write the pictures to %s\n", argv[0], argv[1]);
   return good ? 0 : 1;
 }
