@@ -28,6 +28,11 @@ gallery: $(BUILD)/build.ninja
 	  $(BUILD)/app/cli/vorlin render $$what --preset $$name --time 2.95s --over layer -q -y -o $(BUILD)/look.png; \
 	  ffmpeg -v error -y -i $(BUILD)/look.png -vf scale=480:-2:flags=lanczos -q:v 3 docs/images/$$name.jpg; \
 	done
+	PYTHONPATH=$(BUILD)/app/python /usr/bin/python3 examples/widths.py $(BUILD)/widths.png
+	ffmpeg -v error -y -i $(BUILD)/widths.png -vf scale=960:-2:flags=lanczos -q:v 3 docs/images/python.jpg
+	$(BUILD)/app/cli/vorlin check scenes/dusk.jpg --path scenes/hello.svg --preset chrome --to 1.5s --save-scene $(BUILD)/hello.json -y
+	FREI0R_PATH=$(BUILD)/app/frei0r ffmpeg -v error -y -loop 1 -r 30 -t 2 -i scenes/dusk.jpg \
+	  -vf format=rgba,frei0r=libvorlin_frei0r:$(BUILD)/hello.json,select='eq(n\,46)',scale=480:-2 -frames:v 1 -q:v 3 docs/images/editors.jpg
 	tools/control-strips $(BUILD)/app/cli/vorlin
 
 # What editors complete scenes and presets from, and what docs/scene.md and docs/controls.md take from the program.

@@ -10,6 +10,11 @@ set(VORLIN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorlin)
 # All that is installed, without tests and fuzzers: what `make demo` builds.
 add_custom_target(product)
 add_dependencies(product vorlin vorlin_effect vorlin_hosting manifest changelog)
+foreach(bridge vorlin_frei0r vorlin_python)
+  if(TARGET ${bridge})
+    add_dependencies(product ${bridge})
+  endif()
+endforeach()
 
 install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})

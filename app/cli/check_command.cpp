@@ -34,6 +34,9 @@ void AddCheck(CLI::App& app) {
   const auto to = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand("check", "Check a scene without rendering it");
   AddScene(*command, to->scene);
+  command->add_flag_callback(
+      "-y,--overwrite", [to] { to->scene.overwrite = Overwrite::kAlways; },
+      "replace an existing scene with --save-scene");
   AddSceneChanges(*command, to->changes);
   AddEffect(*command, to->effect);
   command->callback([to] { Check(*to); });

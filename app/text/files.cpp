@@ -1,5 +1,6 @@
 #include "files.h"
 
+#include <dlfcn.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 
 #include "errors.h"
@@ -16,10 +18,32 @@
 namespace app {
 namespace {
 
-/// That this program was started from.
-std::filesystem::path ProgramFolder() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+/// Of what this code is part of: the program, or a library that another program has loaded.
+std::filesystem::path OwnFolder() {
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+  Dl_info info{};
+  static const int kHere = 0;
+  // Of the program itself the system knows no more than what it was called as.
+  if (dladdr(&kHere, &info) == 0 || std::strchr(info.dli_fname, '/') == nullptr) {
+    return program.parent_path();
+  }
+  std::error_code ignored;
+  const std::filesystem::path file = std::filesystem::canonical(info.dli_fname, ignored);
+  return (file.empty() ? program : file).parent_path();
 }
+
+/// The first of these places that is there, seen from the own folder; empty: none.
+std::filesystem::path FirstThere(std::initializer_list<std::filesystem::path> places) {
+  for (const std::filesystem::path& place : places) {
+    std::error_code ignored;
+    std::filesystem::path path = (OwnFolder() / place).lexically_normal();
+    if (std::filesystem::exists(path, ignored)) return path;
+  }
+  return {};
+}
+
+/// Seen from where the program is installed, and from where libraries and Python's modules are.
+const std::filesystem::path kPrefixes[] = {"..", "../..", "../../..", "../../../.."};
 
 std::filesystem::path Checked(const std::filesystem::path& path) {
   std::error_code ignored;
@@ -28,11 +52,9 @@ std::filesystem::path Checked(const std::filesystem::path& path) {
 }
 
 std::filesystem::path PresetFolder() {
-  const std::filesystem::path program = ProgramFolder();
-  std::filesystem::path built = (program / "../presets").lexically_normal();
-  std::error_code ignored;
-  if (std::filesystem::is_directory(built, ignored)) return built;
-  return (program / VORLIN_INSTALLED_PRESETS).lexically_normal();
+  const std::filesystem::path installed = VORLIN_INSTALLED_PRESETS;
+  return FirstThere({"../presets", "../../presets", kPrefixes[0] / installed,
+                     kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
 }
 
 }  // namespace
@@ -42,15 +64,14 @@ std::filesystem::path FindEffect(const std::filesystem::path& chosen) {
   const char* environment = std::getenv("VORLIN_EFFECT");
   if (environment != nullptr && *environment != '\0') return Checked(environment);
 
-  const std::filesystem::path folder = ProgramFolder();
-  for (const char* place : {"../../effect/vorlin.so", VORLIN_INSTALLED_EFFECT}) {
-    std::filesystem::path path = (folder / place).lexically_normal();
-    std::error_code ignored;
-    if (std::filesystem::is_regular_file(path, ignored)) return path;
-  }
+  const std::filesystem::path installed = VORLIN_INSTALLED_EFFECT;
+  std::filesystem::path effect = FirstThere(
+      {"../../effect/vorlin.so", "../../../effect/vorlin.so", kPrefixes[0] / installed,
+       kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
+  if (!effect.empty()) return effect;
   throw FileError(fmt::format(
       "the effect vorlin.so is not installed with \"{}\"; name it with --effect or VORLIN_EFFECT",
-      folder.string()));
+      OwnFolder().string()));
 }
 
 std::vector<std::string> PresetNames() {
