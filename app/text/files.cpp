@@ -65,9 +65,9 @@ std::filesystem::path FindEffect(const std::filesystem::path& chosen) {
   if (environment != nullptr && *environment != '\0') return Checked(environment);
 
   const std::filesystem::path installed = VORLIN_INSTALLED_EFFECT;
-  std::filesystem::path effect = FirstThere(
-      {"../../effect/vorlin.so", "../../../effect/vorlin.so", kPrefixes[0] / installed,
-       kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
+  std::filesystem::path effect =
+      FirstThere({"../../effect/vorlin.so", "../../../effect/vorlin.so", kPrefixes[0] / installed,
+                  kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
   if (!effect.empty()) return effect;
   throw FileError(fmt::format(
       "the effect vorlin.so is not installed with \"{}\"; name it with --effect or VORLIN_EFFECT",

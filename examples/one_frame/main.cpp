@@ -30,10 +30,9 @@ int main() {
   setup.height = kHeight;
   setup.picture = Still(Picture(kWidth, kHeight, Colours()));
   setup.controls = ControlTracks(effect.controls(), kWidth, kHeight);
-  setup.controls.Set(
-      "Brush Position",
-      Track<Point>({{.seconds = 0, .value = {40, 120}, .out_tangent = {60, -140}},
-                    {.seconds = 1, .value = {280, 60}, .in_tangent = {-60, 140}}}));
+  setup.controls.Set("Brush Position",
+                     Track<Point>({{.seconds = 0, .value = {40, 120}, .out_tangent = {60, -140}},
+                                   {.seconds = 1, .value = {280, 60}, .in_tangent = {-60, 140}}}));
   setup.controls.Set("Stroke Width", Track<double>(14));
   // Blobs on 100 pixels: on a layer this small they must be close to flow together.
   setup.controls.Set("Density", Track<double>(100));

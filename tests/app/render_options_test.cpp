@@ -93,8 +93,8 @@ TEST_F(RenderOptions, FramesAreNumberedAsTheLayersPictures) {
   WriteText("scene.json", R"({"layer": "q.####.png", "missing": "hold"})");
   EXPECT_EQ(Render({"-o", "o.jpg"}), "");
   EXPECT_EQ(Render({"-o", "p.webp", "--start-number", "7", "-F", "8"}), "");
-  EXPECT_EQ(Entries(), With({"q.1001.png", "q.1003.png", "o.1001.jpg", "o.1002.jpg", "o.1003.jpg",
-                             "p.webp"}));
+  EXPECT_EQ(Entries(),
+            With({"q.1001.png", "q.1003.png", "o.1001.jpg", "o.1002.jpg", "o.1003.jpg", "p.webp"}));
   WriteText("scene.json", R"({"layer": "q.####.png"})");
   EXPECT_NE(Render({"-o", "o.png"}).find("\"q.1002.png\" is missing"), std::string::npos);
   Render({"-o", "k.png", "--keep-going"});

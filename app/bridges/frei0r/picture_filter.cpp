@@ -50,8 +50,8 @@ void PictureFilter::Open() {
   for (const auto& [name, value] : controls_) {
     if (!value.empty()) changes.settings.push_back(name + '=' + value);
   }
-  // Of the scene's own layer only the rate and the length count, if it is there: the host's pictures
-  // take its place.
+  // Of the scene's own layer only the rate and the length count, if it is there: the host's
+  // pictures take its place.
   const LayerOpener open = [this](const std::filesystem::path& file) {
     LayerSource layer;
     try {
