@@ -26,6 +26,7 @@ app::PathImport Options(unsigned choice) {
   if ((choice & 2) != 0) options.ids.emplace_back("b");
   if ((choice & 4) != 0) options.times.from = -1.5;
   if ((choice & 8) != 0) options.times.to = 60000;
+  if ((choice & 128) != 0) options.fit = 1;
   options.times.smooth = (choice & 16) != 0;
   if ((choice & 32) != 0) options.times.frame_rate = hosting::Rational(24000, 1001);
   return options;

@@ -43,6 +43,11 @@ void AddDrawing(CLI::App& command, PathImport& drawing, bool* has_end) {
   }
   AddChoice<bool>(command, "--ease", drawing.times.smooth, {{"linear", false}, {"smooth", true}},
                   "smooth starts and ends gently; default: linear");
+  command
+      .add_option("--fit", drawing.fit,
+                  "make few smooth keys of a recorded .csv, within so many pixels, as 1")
+      ->option_text("PIXELS")
+      ->check(CLI::Range(0.0, 1000.0));
   AddSeconds(command, "--stagger", drawing.times.pause,
              "the pause between two strokes; default: a frame");
 }

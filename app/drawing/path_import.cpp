@@ -8,6 +8,7 @@
 #include "csv_path.h"
 #include "errors.h"
 #include "files.h"
+#include "recorded_stroke.h"
 #include "svg_drawing.h"
 
 namespace app {
@@ -88,6 +89,36 @@ void FitLayer(const LayerSize& layer, Drawing& drawing) {
   }
 }
 
+/// A key for each row made into few, stroke by stroke.
+DrawnStrokes Fitted(const DrawnStrokes& rows, double pixels) {
+  std::vector<hosting::Span> strokes = rows.pen;
+  if (strokes.empty()) strokes.emplace_back();
+  DrawnStrokes fitted{{}, rows.pen, rows.notes};
+  for (const hosting::Span& span : strokes) {
+    std::vector<RecordedPoint> recording;
+    for (const auto& key : rows.keys) {
+      // The row in which the pen goes up still belongs to the stroke.
+      if (span.in <= key.seconds && key.seconds <= span.out) {
+        recording.push_back({key.seconds, key.value});
+      }
+    }
+    const auto keys = FitRecording(recording, {.smoothing = 2 * pixels, .tolerance = pixels});
+    if (!fitted.keys.empty()) fitted.keys.back().hold = true;
+    for (const auto& key : keys) {
+      if (fitted.keys.empty() || fitted.keys.back().seconds < key.seconds)
+        fitted.keys.push_back(key);
+    }
+  }
+  fitted.notes.push_back(
+      fmt::format("{} keys follow {} rows", fitted.keys.size(), rows.keys.size()));
+  return fitted;
+}
+
+DrawnStrokes FromCsv(const PathImport& wanted, const std::string& csv) {
+  const DrawnStrokes rows = ReadCsvPath(wanted.file.string(), csv, wanted.times.frame_rate.value());
+  return wanted.fit > 0 ? Fitted(rows, wanted.fit) : rows;
+}
+
 DrawnStrokes FromSvg(const PathImport& wanted, const std::string& svg,
                      const std::optional<LayerSize>& layer) {
   Drawing drawing = ReadSvgDrawing(wanted.file.string(), svg, wanted.ids);
@@ -106,9 +137,7 @@ DrawnStrokes ImportPath(const PathImport& wanted, const std::string& text,
   if (extension != ".svg" && extension != ".csv") {
     throw InputError(fmt::format("\"{}\": drawings are read from .svg or .csv", file));
   }
-  DrawnStrokes drawn = extension == ".svg"
-                           ? FromSvg(wanted, text, layer)
-                           : ReadCsvPath(file, text, wanted.times.frame_rate.value());
+  DrawnStrokes drawn = extension == ".svg" ? FromSvg(wanted, text, layer) : FromCsv(wanted, text);
   for (const auto& key : drawn.keys) {
     for (const Point& p : {key.value, key.in_tangent, key.out_tangent}) {
       const auto within = [](double v) { return std::abs(v) <= hosting::kFixedLimit; };

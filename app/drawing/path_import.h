@@ -14,6 +14,8 @@ struct PathImport {
   std::filesystem::path file;    // .svg or .csv
   std::vector<std::string> ids;  // of an SVG's shapes or groups; empty: all that are visible
   PenTimes times;                // of an SVG; a CSV has its own, in frames of that rate
+  /// Of a CSV: few smooth keys that stay within so many pixels of its rows; 0: a key for each row.
+  double fit = 0;
 };
 
 /// Of the layer, pixels.

@@ -40,6 +40,7 @@ double LengthOf(const Stroke& stroke) {
 /// Whole frames for parts whose lengths are `ideal`, all together `frames`, none without one.
 std::vector<int> ShareFrames(const std::vector<double>& ideal, int frames) {
   std::vector<int> shares;
+  shares.reserve(ideal.size());
   for (const double i : ideal) shares.push_back(std::max(1, static_cast<int>(std::lround(i))));
   int more = frames - std::accumulate(shares.begin(), shares.end(), 0);
   const auto change = [&](int by) {

@@ -49,8 +49,10 @@ SvgStyle::SvgStyle(const pugi::xml_node& document) {
     for (const pugi::xml_node& part : found.node().children()) text += part.value();
     AddSheet(std::move(text));
   }
+  // Of two that weigh the same the later one wins.
+  std::reverse(rules_.begin(), rules_.end());
   std::stable_sort(rules_.begin(), rules_.end(),
-                   [](const Rule& a, const Rule& b) { return a.Weight() < b.Weight(); });
+                   [](const Rule& a, const Rule& b) { return a.Weight() > b.Weight(); });
 }
 
 void SvgStyle::AddSheet(std::string text) {
@@ -87,9 +89,9 @@ std::string SvgStyle::Property(const pugi::xml_node& element, const char* name) 
   if (std::string own = Declared(element.attribute("style").value(), name); !own.empty()) {
     return own;
   }
-  for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
-    if (!rule->Holds(element)) continue;
-    if (std::string said = Declared(rule->declarations, name); !said.empty()) return said;
+  for (const Rule& rule : rules_) {
+    if (!rule.Holds(element)) continue;
+    if (std::string said = Declared(rule.declarations, name); !said.empty()) return said;
   }
   return std::string(Trimmed(element.attribute(name).value()));
 }

@@ -30,7 +30,7 @@ class SvgStyle {
 
   void AddSheet(std::string text);
 
-  std::vector<Rule> rules_;  // later ones win
+  std::vector<Rule> rules_;  // the strongest first
 };
 
 /// Without its namespace.

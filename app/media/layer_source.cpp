@@ -144,7 +144,7 @@ LayerSource OpenMovie(const std::filesystem::path& path) {
 }
 
 LayerSource OpenPicture(const std::filesystem::path& path) {
-  const auto picture = std::make_shared<const hosting::Picture>(ReadPicture(path));
+  auto picture = std::make_shared<const hosting::Picture>(ReadPicture(path));
   return {.picture = [picture](std::int64_t, hosting::Rational) { return picture; },
           .file = [path](std::int64_t) { return path; },
           .width = picture->width(),

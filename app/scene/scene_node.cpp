@@ -41,7 +41,7 @@ Node Node::As(const KeyFormat& format) const {
 
 Node Node::Open(const ObjectFormat& format) const {
   Mistakes mistakes;
-  const Node node = Open(format, mistakes);
+  Node node = Open(format, mistakes);
   mistakes.Tell();
   return node;
 }

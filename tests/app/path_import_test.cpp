@@ -1,5 +1,7 @@
 #include "path_import.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <numbers>
 #include <sstream>
