@@ -100,6 +100,11 @@ for unit in (1, 1000):
         assert Instance().draw(frame, unit) == wanted[frame], (frame, unit)
     many = Instance()
     assert [many.draw(f, unit) for f in range(FRAMES)] == wanted, unit
+counting = Instance()
+for frame in range(4):  # a host whose times are none
+    out = ctypes.create_string_buffer(WIDTH * HEIGHT * 4)
+    library.f0r_update(counting.it, float("nan"), layer[frame], out)
+    assert out.raw == wanted[frame], frame
 
 
 def draw_all(results, key):

@@ -20,6 +20,9 @@ const hosting::Effect& TheEffect() {
 /// Of a frame; hosts keep times as floats.
 constexpr double kNearWhole = 0.02;
 
+/// No clip is that long, neither in seconds nor in milliseconds.
+constexpr double kLongest = 1e9;
+
 bool IsNearWhole(double v) { return std::abs(v - std::round(v)) < kNearWhole; }
 
 }  // namespace
@@ -73,6 +76,8 @@ void PictureFilter::Open() {
 /// frame alone is one of the scene's in the one or in the other.
 double PictureFilter::Seconds(double time) {
   const double rate = scene_->setup.time.frame_rate().value();
+  const int counted = drawn_++;
+  if (!(time >= 0 && time < kLongest)) return counted / rate;
   const double step = std::abs(time - last_time_);
   last_time_ = time;
   if (unit_ == 0 && step > 0) {

@@ -27,7 +27,8 @@ class PictureFilter {
   void set_transparent(bool transparent) { transparent_ = transparent; }
 
   /// Both pictures are RGBA with straight alpha, rows without gaps. `time` is what the host calls
-  /// it: seconds, or milliseconds. Throws Error for a scene that cannot be used.
+  /// it: seconds, or milliseconds; where it is no time at all, frames are counted. Throws Error for
+  /// a scene that cannot be used.
   void Draw(double time, const std::uint8_t* from, std::uint8_t* to);
 
  private:
@@ -48,6 +49,7 @@ class PictureFilter {
   std::optional<hosting::Renderer> renderer_;  // none: something has changed since
   double last_time_ = 0;
   double unit_ = 0;  // seconds that the host's 1 means; 0: not known yet
+  int drawn_ = 0;    // frames, for hosts whose times mean nothing
 };
 
 }  // namespace app
