@@ -141,6 +141,14 @@ OpenedScene OpenScene(const SceneSource& source, const SceneChanges& changes,
   } else {
     if (!source.save.empty()) throw InputError("--save-scene needs a drawing: --path FILE");
     opened.text = ReadTextFile(source.file);
+    // Scenes begin with a bracket or a comment, pictures and movies do not.
+    const std::size_t begin = opened.text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+    if (ExtensionOf(source.file) != ".json" && begin != opened.text.npos &&
+        opened.text[begin] != '{' && opened.text[begin] != '/') {
+      throw InputError(
+          fmt::format("\"{}\" is no scene; to draw on a picture or a movie, add --path DRAWING",
+                      source.file.string()));
+    }
     const JsonText json(source.file.string(), opened.text);
     opened.scene = ReadScene(json, source.file.parent_path(), effect, OpenLayer, changes);
   }
