@@ -80,12 +80,14 @@ constexpr const char* kNoLook = "no look";
 void SheetOfLooks(const Arguments& arguments) {
   RenderArguments render = arguments.render;
   const ScratchFolder folder;
-  if (arguments.frames.empty()) {
+  render.shots.frames = arguments.frames;
+  {
     const hosting::Effect effect(FindEffect(render.effect));
     const Scene scene = OpenScene(render.scene, render.changes, effect).scene;
-    render.shots.frames = std::to_string(scene.layer.first_number + scene.frames - 1);
-  } else {
-    render.shots.frames = arguments.frames;
+    if (arguments.frames.empty()) {
+      render.shots.frames = std::to_string(scene.layer.first_number + scene.frames - 1);
+    }
+    render.scene.save.clear();  // it is written now
   }
   std::vector<std::string> looks = PresetNames();
   looks.insert(looks.begin(), kNoLook);
@@ -98,7 +100,6 @@ void SheetOfLooks(const Arguments& arguments) {
     RenderResults results;
     RunPlan(plan, ProgressStyle::kNone, results);
     sheet.Add(ReadPicture(plan.shots().front().file), look);
-    render.scene.save.clear();  // once is enough
   }
   WriteSheet(sheet, arguments);
 }

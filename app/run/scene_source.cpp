@@ -41,7 +41,7 @@ double ThinnestRadius(const Scene& scene) {
 
 /// How much longer the brush's way in a frame is than the straight line from its begin to its end,
 /// which decides how many blobs there are; the most of all frames.
-double MostBent(const DrawnStrokes& drawn, double frame_rate) {
+double MostBent(const DrawnStrokes& drawn, const hosting::TimeBase& time) {
   constexpr int kParts = 32;
   /// Pixels; shorter ways are dots.
   constexpr double kShort = 4;
@@ -51,8 +51,10 @@ double MostBent(const DrawnStrokes& drawn, double frame_rate) {
                                             [&](const hosting::Span& s) { return s.Holds(t); });
   };
   double most = 1;
-  const double end = drawn.keys.back().seconds;
-  for (double t = drawn.keys.front().seconds; t < end; t += 1 / frame_rate) {
+  const double frame_rate = time.frame_rate().value();
+  // What lies beyond is never rendered.
+  const double end = std::min(drawn.keys.back().seconds, time.MaxSeconds());
+  for (double t = std::max(0.0, drawn.keys.front().seconds); t < end; t += 1 / frame_rate) {
     if (!is_down(t + 0.5 / frame_rate)) continue;
     const Point from = way.At(t);
     const Point to = way.At(t + 1 / frame_rate);
@@ -77,7 +79,7 @@ std::optional<double> DensityFor(const Scene& scene, const DrawnStrokes& drawn) 
   if (!density.constant() || !(density.At(0) > 0) || !(radius > 0)) return std::nullopt;
   const double said = density.At(0);
   const double diagonal = std::hypot(scene.setup.width, scene.setup.height);
-  const double bent = MostBent(drawn, scene.setup.time.frame_rate().value());
+  const double bent = MostBent(drawn, scene.setup.time);
   const double wanted = std::min(
       kMostDensity,
       std::max(said * kUsualDiagonal / diagonal, 100 / (kClosest * radius) * std::min(bent, 4.0)));
@@ -115,7 +117,8 @@ OpenedScene Draw(const SceneSource& source, const SceneChanges& changes,
   if (controls.isMember("Brush Position")) {
     throw InputError("\"Brush Position\" comes from the drawing; it cannot be set too");
   }
-  if (const auto density = DensityFor(bare, drawn)) {
+  const bool is_said = ChangedControls({{}, changes.settings}).isMember("Density");
+  if (const auto density = is_said ? std::nullopt : DensityFor(bare, drawn)) {
     opened.notes.push_back(
         fmt::format("\"Density\" is {} here, for a smooth stroke on this picture", *density));
     controls["Density"] = *density;

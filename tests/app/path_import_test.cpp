@@ -268,6 +268,25 @@ TEST_F(ImportedPaths, AreKeysOrOneLine) {
             "p.svg: nothing visible is called \"line\"; did you mean \"lines\"? There is: lines");
 }
 
+TEST_F(ImportedPaths, MakeScenesThatAreSavedAndKeepWhatIsSet) {
+  WriteText("p.svg", "<svg viewBox='0 0 64 36'><path d='M4 4 60 30'/></svg>");
+  std::filesystem::create_directory("kept");
+  const auto density = [](std::vector<std::string> more) {
+    std::vector<std::string> arguments{"check", "plate.png", "--path", "p.svg", "-y"};
+    more.insert(more.end(), {"--save-scene", "kept/s.json"});
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(RunVorlin(arguments).err, "");
+    EXPECT_EQ(RunVorlin({"check", "kept/s.json"}).exit_code, 0);  // finds its layer
+    return Parsed(ReadAll("kept/s.json"))["controls"]["Density"].asDouble();
+  };
+  EXPECT_EQ(density({"--preset", "honey"}), 200);  // as close as the look's own on a small layer
+  EXPECT_EQ(density({"--preset", "honey", "--set", "Density=40"}), 40);
+  const RunResult sheet = RunVorlin({"sheet", "plate.png", "--path", "p.svg", "--looks", "-q", "-o",
+                                     "looks.png", "--save-scene", "kept/t.json"});
+  EXPECT_EQ(sheet.err, "");
+  EXPECT_EQ(Parsed(ReadAll("kept/t.json"))["layer"], "../plate.png");
+}
+
 TEST_F(ImportedPaths, LieOnWhatAnotherProgramDraws) {
   const std::string file = "drawing.svg";
   WriteText(file, ReadAll(SCENES "/letters.svg"));

@@ -50,7 +50,7 @@ def test_pixels_are_those_of_the_program(scene, tmp_path, arguments, options, fo
 
 def test_controls_are_set_read_and_saved(scene, tmp_path):
     assert (scene.frames, scene.frame_rate) == (90, 30)
-    names = [control["name"] for control in vorlin.controls() if control["type"] != "group"]
+    names = [control["name"] for control in vorlin.controls() if "default" in control]
     assert "Stroke Width" in names and "honey" in vorlin.looks()
     keys = [(0.0, (200, 540)), (2.5, (1700, 400))]
     scene["Stroke Width"] = 6.5
@@ -63,6 +63,10 @@ def test_controls_are_set_read_and_saved(scene, tmp_path):
     assert numpy.array_equal(again.render(60), scene.render(60))
     del scene["Stroke Width"]
     assert scene["Stroke Width"] == 4
+    for name in names:  # what is read can be set
+        value = scene[name]
+        scene[name] = value
+        assert scene[name] == value
 
 
 @pytest.mark.parametrize("kind, white", [(numpy.uint8, 255), (numpy.uint16, 65535), (numpy.float32, 1)])
@@ -114,6 +118,15 @@ def test_others_run_meanwhile_and_interrupts_cancel(scene):
     for thread in threads:
         thread.join()
     assert all(numpy.array_equal(result, wanted) for result in results) and len(results) == 3
+    threads = [threading.Thread(target=lambda: results.append(scene.render(80))) for _ in range(3)]
+    for thread in threads:
+        thread.start()
+    for width in range(20, 60):  # each frame is that of some width
+        scene["Stroke Width"] = width
+    for thread in threads:
+        thread.join()
+    scene["Stroke Width"] = 60
+    assert len(results) == 6 and all(result.shape == wanted.shape for result in results)
     scene["Stroke Width"] = 1000
     scene["Density"] = 200
     threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()

@@ -9,8 +9,7 @@ namespace py = pybind11;
 namespace app {
 namespace {
 
-/// Whether it is a list whose elements are lists of two, the second not being a plain number: keys
-/// of points; or whose elements are pairs at all while it is no pair of numbers itself.
+/// Whether it is a list of pairs, (seconds, value) each; a point is a pair of numbers.
 bool AreKeys(const py::sequence& list) {
   if (list.size() == 0) return false;
   for (const py::handle& element : list) {

@@ -32,13 +32,13 @@ void RegisterErrors(py::module_& module) {
   });
 }
 
-PythonScene MakeScene(const std::optional<std::string>& file, const py::object& layer,
+std::unique_ptr<PythonScene> MakeScene(const std::optional<std::string>& file, const py::object& layer,
                       double frame_rate, double duration) {
   if (file.has_value() == !layer.is_none()) {
     throw app::InputError("a scene is made of a file or of a layer");
   }
-  if (file) return PythonScene(*file);
-  return PythonScene(py::array::ensure(layer), frame_rate, duration);
+  if (file) return std::make_unique<PythonScene>(*file);
+  return std::make_unique<PythonScene>(py::array::ensure(layer), frame_rate, duration);
 }
 
 }  // namespace

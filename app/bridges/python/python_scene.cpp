@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "backdrop.h"
+#include "control_list.h"
 #include "errors.h"
 #include "field_picture.h"
 #include "files.h"
@@ -88,7 +89,7 @@ const hosting::Effect& TheEffect() {
 PythonScene::PythonScene(const std::string& file)
     : folder_(std::filesystem::path(file).parent_path()), name_(file) {
   const JsonText json = JsonText::Read(file);
-  scene_ = std::make_unique<Scene>(ReadScene(json, folder_, TheEffect(), OpenLayer));
+  scene_ = std::make_shared<const Scene>(ReadScene(json, folder_, TheEffect(), OpenLayer));
   json_ = json.root();
 }
 
@@ -111,32 +112,19 @@ void PythonScene::Read(Json::Value json) {
     return source;
   };
   const JsonText text = JsonText::Inline(name_, WriteJson(json, ""));
-  scene_ = std::make_unique<Scene>(ReadScene(text, folder_, TheEffect(), open));
+  scene_ = std::make_shared<const Scene>(ReadScene(text, folder_, TheEffect(), open));
   json_ = std::move(json);
 }
 
 py::object PythonScene::Get(const std::string& control) const {
-  TheEffect();  // names the control if it is unknown
-  scene_->setup.controls.Control(control);
+  const hosting::ControlTracks& tracks = scene_->setup.controls;
+  const hosting::ControlInfo& info = tracks.Control(control);
   const Json::Value& controls = json_["controls"];
   if (controls.isMember(control)) return FromJson(controls[control]);
-  for (const hosting::ControlInfo& info : scene_->setup.controls.controls()) {
-    if (!info.has_value() || info.name != control) continue;
-    const hosting::ControlTrack& track = scene_->setup.controls.TrackOf(info.index);
-    if (const auto* number = std::get_if<hosting::Track<double>>(&track)) {
-      return py::float_(number->At(0));
-    }
-    if (const auto* choice = std::get_if<hosting::Track<int>>(&track)) {
-      return py::str(info.choices.at(static_cast<std::size_t>(choice->At(0) - 1)));
-    }
-    if (const auto* point = std::get_if<hosting::Track<hosting::Point>>(&track)) {
-      const hosting::Point p = point->At(0);
-      return py::make_tuple(p.x, p.y);
-    }
-    const hosting::Color c = std::get<hosting::Track<hosting::Color>>(track).At(0);
-    return py::make_tuple(c.red, c.green, c.blue);
-  }
-  return py::none();
+  if (!info.has_value()) return py::none();
+  const auto* point = std::get_if<hosting::Track<hosting::Point>>(&tracks.TrackOf(info.index));
+  if (point == nullptr) return FromJson(ControlFormat(info).initial);
+  return py::make_tuple(point->At(0).x, point->At(0).y);
 }
 
 void PythonScene::Set(const std::string& control, const py::handle& value) {
@@ -188,11 +176,13 @@ py::array PythonScene::Render(int frame, const How& how) {
   hosting::World world;
   hosting::Depth depth = options.depth;
   try {
+    const std::shared_ptr<const Scene> scene = scene_;
     const py::gil_scoped_release release;
+    const std::lock_guard lock(rendering_);
     const Backdrop backdrop(how.over);
-    backdrop.CheckSize(width(), height());
-    hosting::Renderer renderer(TheEffect(), scene_->setup, options);
-    hosting::Frame rendered = renderer.Render(scene_->setup.time.FrameTime(frame));
+    backdrop.CheckSize(scene->setup.width, scene->setup.height);
+    hosting::Renderer renderer(TheEffect(), scene->setup, options);
+    hosting::Frame rendered = renderer.Render(scene->setup.time.FrameTime(frame));
     if (field) {
       world = FieldOf(rendered);
       depth = hosting::Depth::k32;

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -44,7 +45,8 @@ class PythonScene {
     std::string over;  // a backdrop; empty: none
     bool premultiplied = false;
   };
-  /// An array of shape (height, width, 4), or (height, width) for the field.
+  /// An array of shape (height, width, 4), or (height, width) for the field. Other threads of the
+  /// script run meanwhile, and may change the scene: the frame is that of the scene as it was.
   pybind11::array Render(int frame, const How& how);
 
  private:
@@ -55,7 +57,8 @@ class PythonScene {
   std::string name_;
   std::shared_ptr<const hosting::Picture> layer_;  // of a scene on pixels
   Json::Value json_;
-  std::unique_ptr<Scene> scene_;
+  std::shared_ptr<const Scene> scene_;
+  std::mutex rendering_;  // one frame at a time; never waited for while Python's lock is held
 };
 
 }  // namespace app
