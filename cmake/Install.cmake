@@ -20,6 +20,7 @@ install(TARGETS vorlin DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS vorlin_effect DESTINATION ${VORLIN_EFFECT_DIR})
 install(FILES ${VORLIN_MANIFEST} DESTINATION ${VORLIN_EFFECT_DIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/presets DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlin)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/app/sample DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlin)
 
 # Made by the program itself. Builds with sanitizers are not for installing.
 if(NOT VORLIN_SANITIZE)

@@ -18,6 +18,9 @@ void AddCheck(CLI::App& app);
 void AddSchema(CLI::App& app);
 void AddImportPath(CLI::App& app);
 void AddCompletion(CLI::App& app);
+/// The studio, and what its worker processes are started as.
+void AddStudio(CLI::App& app);
+void AddStudioWorker(CLI::App& app);
 /// The manual page, which the build uses and the help does not list.
 void AddMan(CLI::App& app);
 

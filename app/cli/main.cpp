@@ -33,8 +33,8 @@ int Run(int argc, char** argv) {
   program.require_subcommand(1);
   program.set_version_flag("--version", "vorlin " VORLIN_VERSION, "Print the version and exit");
   for (const auto add :
-       {app::AddRender, app::AddSheet, app::AddAbout, app::AddControls, app::AddCheck,
-        app::AddSchema, app::AddImportPath, app::AddCompletion, app::AddMan}) {
+       {app::AddStudio, app::AddRender, app::AddSheet, app::AddAbout, app::AddControls, app::AddCheck,
+        app::AddSchema, app::AddImportPath, app::AddCompletion, app::AddMan, app::AddStudioWorker}) {
     add(program);
   }
   try {

@@ -58,6 +58,7 @@ struct PictureFormat {
   bool premultiplied;        // colours are stored multiplied by their alpha
   bool small = false;        // smaller files for several times the work; lossless either way
   bool one_channel = false;  // only red is written, as the channel "Y"
+  bool fleeting = false;     // a JPEG for a moment: smaller, its colours at half the resolution
   bool has_alpha() const { return kind != Kind::kJpeg; }
 };
 

@@ -94,8 +94,8 @@ OIIO::ImageSpec SpecOf(const PictureFormat& format, int width, int height,
       spec.attribute("tiff:zipquality", format.small ? 9 : 1);
       break;
     case Kind::kJpeg:
-      spec.attribute("compression", "jpeg:95");
-      spec.attribute("jpeg:subsampling", "4:4:4");
+      spec.attribute("compression", format.fleeting ? "jpeg:90" : "jpeg:95");
+      spec.attribute("jpeg:subsampling", format.fleeting ? "4:2:0" : "4:4:4");
       break;
     case Kind::kWebp:
       spec.attribute("compression", "webp:95");

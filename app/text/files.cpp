@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
 
 #include "errors.h"
@@ -32,8 +31,14 @@ std::filesystem::path OwnFolder() {
   return (file.empty() ? program : file).parent_path();
 }
 
-/// The first of these places that is there, seen from the own folder; empty: none.
-std::filesystem::path FirstThere(std::initializer_list<std::filesystem::path> places) {
+/// What belongs to this program: the first that is there of where builds have it, seen from the own
+/// folder, and of `installed`, seen from a prefix; empty: it is nowhere.
+std::filesystem::path FindOwn(std::vector<std::filesystem::path> places,
+                              const std::filesystem::path& installed) {
+  // Programs lie one folder below the prefix, libraries and Python's modules deeper.
+  for (const char* const prefix : {"..", "../..", "../../..", "../../../.."}) {
+    places.push_back(prefix / installed);
+  }
   for (const std::filesystem::path& place : places) {
     std::error_code ignored;
     std::filesystem::path path = (OwnFolder() / place).lexically_normal();
@@ -42,9 +47,6 @@ std::filesystem::path FirstThere(std::initializer_list<std::filesystem::path> pl
   return {};
 }
 
-/// Seen from where the program is installed, and from where libraries and Python's modules are.
-const std::filesystem::path kPrefixes[] = {"..", "../..", "../../..", "../../../.."};
-
 std::filesystem::path Checked(const std::filesystem::path& path) {
   std::error_code ignored;
   if (std::filesystem::is_regular_file(path, ignored)) return path;
@@ -52,9 +54,7 @@ std::filesystem::path Checked(const std::filesystem::path& path) {
 }
 
 std::filesystem::path PresetFolder() {
-  const std::filesystem::path installed = VORLIN_INSTALLED_PRESETS;
-  return FirstThere({"../presets", "../../presets", kPrefixes[0] / installed,
-                     kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
+  return FindOwn({"../presets", "../../presets"}, VORLIN_INSTALLED_DATA "/presets");
 }
 
 }  // namespace
@@ -64,14 +64,18 @@ std::filesystem::path FindEffect(const std::filesystem::path& chosen) {
   const char* environment = std::getenv("VORLIN_EFFECT");
   if (environment != nullptr && *environment != '\0') return Checked(environment);
 
-  const std::filesystem::path installed = VORLIN_INSTALLED_EFFECT;
   std::filesystem::path effect =
-      FirstThere({"../../effect/vorlin.so", "../../../effect/vorlin.so", kPrefixes[0] / installed,
-                  kPrefixes[1] / installed, kPrefixes[2] / installed, kPrefixes[3] / installed});
+      FindOwn({"../../effect/vorlin.so", "../../../effect/vorlin.so"}, VORLIN_INSTALLED_EFFECT);
   if (!effect.empty()) return effect;
   throw FileError(fmt::format(
       "the effect vorlin.so is not installed with \"{}\"; name it with --effect or VORLIN_EFFECT",
       OwnFolder().string()));
+}
+
+std::filesystem::path FindSample() {
+  std::filesystem::path sample = FindOwn({"../sample"}, VORLIN_INSTALLED_DATA "/sample");
+  if (!sample.empty()) return sample;
+  throw FileError("the sample scene is not installed with this program; name a scene or a picture");
 }
 
 std::vector<std::string> PresetNames() {

@@ -11,6 +11,9 @@ namespace app {
 /// when the file is not there.
 std::filesystem::path FindEffect(const std::filesystem::path& chosen);
 
+/// The folder of the sample scene that came with this program. Throws FileError.
+std::filesystem::path FindSample();
+
 /// Names of the looks that were built or installed together with this program, sorted.
 std::vector<std::string> PresetNames();
 

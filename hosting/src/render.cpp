@@ -31,11 +31,19 @@ std::string Text(const PF_LRect& r) {
 struct Renderer::State {
   State(const Effect& e, Setup s, RenderOptions o)
       : effect(&e), setup(std::move(s)), options(std::move(o)), workers(options.threads) {
-    setup.Check();
     if (options.threads < 0) throw Error("a number of threads cannot be negative");
-    if (setup.controls.controls().size() != effect->controls().size()) {
+    Check(setup);
+    PlaceFrame();
+  }
+
+  void Check(const Setup& other) const {
+    other.Check();
+    if (other.controls.controls().size() != effect->controls().size()) {
       throw Error("the controls are not this effect's");
     }
+  }
+
+  void PlaceFrame() {
     bounds = {0, 0, ReducedSize(setup.width, options.downsample_x),
               ReducedSize(setup.height, options.downsample_y)};
     region = options.region.value_or(bounds);
@@ -174,6 +182,12 @@ Renderer::Renderer(const Effect& effect, Setup setup, RenderOptions options)
 Renderer::~Renderer() = default;
 Renderer::Renderer(Renderer&&) noexcept = default;
 Renderer& Renderer::operator=(Renderer&&) noexcept = default;
+
+void Renderer::SetSetup(Setup setup) {
+  state_->Check(setup);
+  state_->setup = std::move(setup);
+  state_->PlaceFrame();
+}
 
 const Setup& Renderer::setup() const { return state_->setup; }
 const RenderOptions& Renderer::options() const { return state_->options; }

@@ -1,0 +1,83 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "errors.h"
+#include "file_pattern.h"
+#include "files.h"
+#include "picture_file.h"
+#include "studio.h"
+
+namespace app {
+namespace {
+
+/// Of a new scene on a picture, until a longer way is drawn, seconds.
+constexpr double kNewDuration = 3;
+
+/// A name that no file has yet: photo.json, photo-2.json.
+std::filesystem::path FreeName(const std::filesystem::path& folder, const std::string& stem) {
+  std::error_code ignored;
+  std::filesystem::path name = folder / (stem + ".json");
+  for (int i = 2; std::filesystem::exists(name, ignored); ++i) {
+    name = folder / fmt::format("{}-{}.json", stem, i);
+  }
+  return name;
+}
+
+/// Neither a movie nor a numbered sequence.
+bool IsStill(const std::filesystem::path& layer) {
+  std::error_code ignored;
+  const bool is_sequence =
+      FilePattern(layer).numbered() && !std::filesystem::exists(layer, ignored);
+  return !is_sequence && !IsMovieName(layer);
+}
+
+/// Where programs keep what is the user's own.
+std::filesystem::path DataFolder() {
+  const char* data = std::getenv("XDG_DATA_HOME");
+  if (data != nullptr && *data != '\0') return std::filesystem::path(data) / "vorlin";
+  const char* home = std::getenv("HOME");
+  if (home == nullptr || *home == '\0') return std::filesystem::temp_directory_path() / "vorlin";
+  return std::filesystem::path(home) / ".local/share/vorlin";
+}
+
+Document CopySample() {
+  const std::filesystem::path from = FindSample();
+  const std::filesystem::path to = DataFolder() / "sample";
+  std::error_code error;
+  std::filesystem::create_directories(to, error);
+  for (const char* const name : {"honey.json", "cloth.jpg"}) {
+    const auto how = std::filesystem::copy_options::skip_existing;
+    if (!error) std::filesystem::copy_file(from / name, to / name, how, error);
+  }
+  if (error) {
+    throw FileError(
+        fmt::format("cannot copy the sample to \"{}\": {}", to.string(), error.message()));
+  }
+  return Document(to / "honey.json");
+}
+
+Document NewScene(const std::filesystem::path& layer) {
+  std::filesystem::path folder = std::filesystem::absolute(layer).parent_path();
+  std::string name = layer.filename().string();
+  if (access(folder.c_str(), W_OK) != 0) {
+    folder = std::filesystem::current_path();
+    name = std::filesystem::absolute(layer).lexically_normal().string();
+  }
+  std::string stem = layer.stem().string();
+  stem.erase(stem.find_last_not_of(".#-_") + 1);  // of a sequence
+  std::string text = fmt::format("{{\n  \"layer\": {},\n", Json::valueToQuotedString(name.c_str()));
+  if (IsStill(layer)) text += fmt::format("  \"duration\": {},\n", kNewDuration);
+  return Document(FreeName(folder, stem.empty() ? "scene" : stem),
+                  text + "  \"controls\": {}\n}\n");
+}
+
+}  // namespace
+
+Document OpenDocument(const std::filesystem::path& file) {
+  if (file.empty()) return CopySample();
+  return ExtensionOf(file) == ".json" ? Document(std::filesystem::absolute(file)) : NewScene(file);
+}
+
+}  // namespace app
