@@ -15,6 +15,9 @@ using hosting::Point;
 /// A pointer at rest is silent: for this long before the next word it is where it was, seconds.
 constexpr double kSilence = 0.05;
 constexpr double kResume = 0.008;
+constexpr double kKeysASecond = 10;
+/// Times the tolerance.
+constexpr double kMostRoom = 1.8;
 /// The longest pause that is kept between two strokes, seconds.
 constexpr double kLongestPause = 0.25;
 
@@ -60,6 +63,18 @@ std::vector<RecordedPoint> Recording(const DrawnStroke& stroke) {
   const double factor = stroke.length > 0 ? stroke.length / lasted : 1;
   for (RecordedPoint& point : all) point.seconds = (point.seconds - first) * factor;
   return all;
+}
+
+/// A hand that trembles gets a little more room before it gets more keys.
+std::vector<Key<Point>> FewKeys(const DrawnStroke& stroke) {
+  const std::vector<RecordedPoint> recording = Recording(stroke);
+  const double most = std::max(kKeysASecond * recording.back().seconds, kKeysASecond);
+  RecordingFit fit = stroke.fit;
+  const double widest = kMostRoom * fit.tolerance;
+  for (;; fit.tolerance *= 1.25) {
+    std::vector<Key<Point>> keys = FitRecording(recording, fit);
+    if (static_cast<double>(keys.size()) <= most || fit.tolerance > widest) return keys;
+  }
 }
 
 /// Keys after which nothing moves until the next.
@@ -122,7 +137,7 @@ Json::Value EditsFor(const DrawnStroke& stroke, const Json::Value& scene) {
   }
   const double start = seconds(first_frame);
   double end = start;
-  for (const Key<Point>& key : FitRecording(Recording(stroke), stroke.fit)) {
+  for (const Key<Point>& key : FewKeys(stroke)) {
     keys.append(AsJson(key, start));
     end = start + key.seconds;
   }

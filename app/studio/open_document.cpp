@@ -14,6 +14,9 @@ namespace {
 
 /// Of a new scene on a picture, until a longer way is drawn, seconds.
 constexpr double kNewDuration = 3;
+/// Wide and close enough that nothing beads, whatever the hand does.
+constexpr const char* kNewControls =
+    "  \"controls\": {\n    \"Stroke Width\": 8,\n    \"Density\": 60\n  }\n}\n";
 
 /// A name that no file has yet: photo.json, photo-2.json.
 std::filesystem::path FreeName(const std::filesystem::path& folder, const std::string& stem) {
@@ -70,7 +73,7 @@ Document NewScene(const std::filesystem::path& layer) {
   std::string text = fmt::format("{{\n  \"layer\": {},\n", Json::valueToQuotedString(name.c_str()));
   if (IsStill(layer)) text += fmt::format("  \"duration\": {},\n", kNewDuration);
   return Document(FreeName(folder, stem.empty() ? "scene" : stem),
-                  text + "  \"controls\": {}\n}\n");
+                  text + kNewControls);
 }
 
 }  // namespace

@@ -241,7 +241,8 @@ void Studio::SendPicture(const Json::Value& request, const Respond& respond) {
   }
   const std::string lane = request["lane"].asString();
   const bool is_filled = lane.starts_with("fill");
-  (is_filled ? filled_ : shown_).Ask(std::move(question), lane, [respond](PictureAnswer answer) {
+  (is_filled ? filled_ : shown_)      .Ask(std::move(question), lane,
+           [respond, revision = document_.revision()](PictureAnswer answer) {
     if (answer.head.isMember("cancelled")) return respond({204, {}, {}});
     if (answer.head.isMember("error")) {
       return respond(ErrorResponse(answer.head["error"].asString()));
@@ -250,8 +251,9 @@ void Studio::SendPicture(const Json::Value& request, const Respond& respond) {
     for (const char* const key : {"values", "panel", "width", "height"}) {
       facts[key] = answer.head[key];
     }
-    respond({200,
-             answer.head["width"].isNull() ? "" : "application/octet-stream",
+            facts["revision"] = revision;
+        respond({200,
+                 "application/octet-stream",
              std::move(answer.bytes),
              {{"Vorlin-Frame", OneLine(facts)}}});
   });
