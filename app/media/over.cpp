@@ -26,6 +26,13 @@ Channel Stored(double v) {
 template <class Pixel>
 void PutPixelOver(Pixel& top, const Pixel& below) {
   using Channel = decltype(Pixel::alpha);
+  if constexpr (std::is_integral_v<Channel>) {  // most pixels; the same as below, sooner
+    if (top.alpha == kWhite<Pixel>) return;
+    if (top.alpha == 0 && below.alpha == kWhite<Pixel>) {
+      top = below;
+      return;
+    }
+  }
   const double top_share = top.alpha / kWhite<Pixel>;
   const double below_share = below.alpha / kWhite<Pixel> * (1 - top_share);
   const double alpha = top_share + below_share;

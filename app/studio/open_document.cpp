@@ -72,8 +72,7 @@ Document NewScene(const std::filesystem::path& layer) {
   stem.erase(stem.find_last_not_of(".#-_") + 1);  // of a sequence
   std::string text = fmt::format("{{\n  \"layer\": {},\n", Json::valueToQuotedString(name.c_str()));
   if (IsStill(layer)) text += fmt::format("  \"duration\": {},\n", kNewDuration);
-  return Document(FreeName(folder, stem.empty() ? "scene" : stem),
-                  text + kNewControls);
+  return Document(FreeName(folder, stem.empty() ? "scene" : stem), text + kNewControls);
 }
 
 }  // namespace

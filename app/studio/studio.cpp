@@ -49,6 +49,9 @@ WebResponse ErrorResponse(const std::string& what, unsigned status = 400) {
 
 /// The work is another than that of the page, which is to look again.
 struct Outdated {};
+WebResponse OutdatedResponse() {
+  return ErrorResponse("the scene was changed in another window; here it is", 409);
+}
 
 double NumberOr(const Json::Value& value, double other) {
   if (value.isNull()) return other;
@@ -88,7 +91,7 @@ void Studio::Handle(WebRequest request, Respond respond) try {
   }
   Obey(request.path.substr(kApi.size()), ParseMessage(request.body), respond);
 } catch (const Outdated&) {
-  respond(ErrorResponse("the scene was changed in another window; here it is", 409));
+  respond(OutdatedResponse());
 } catch (const Json::Exception&) {
   respond(ErrorResponse("this request is not understood"));
 } catch (...) {
@@ -164,7 +167,12 @@ Json::Value Studio::Events() const {
   return events;
 }
 
-Json::Value Studio::WithDocument(Json::Value state) const {
+Json::Value Studio::WithDocument(Json::Value state) {
+  if (state["width"].isInt()) {
+    width_ = state["width"].asInt();
+    height_ = state["height"].asInt();
+    rate_ = state["rateText"].asString();
+  }
   const Json::Value events = Events();
   for (const std::string& name : events.getMemberNames()) state[name] = events[name];
   state["file"] = document_.file().string();
@@ -185,20 +193,23 @@ Json::Value Studio::Question(const Json::Value& request, const std::string& text
   return question;
 }
 
-void Studio::SendState(const Json::Value& request, const Respond& respond) {
-  Json::Value question = Question(request, document_.text());
+/// What a text says as a scene, or {"error": ...}.
+void Studio::AskState(const Json::Value& request, const std::string& text,
+                      std::function<void(Json::Value state, bool is_good)> done) {
+  Json::Value question = Question(request, text);
   question["what"] = "state";
-  shown_.Ask(std::move(question), "", [this, respond](PictureAnswer answer) {
-    if (answer.head.isMember("error")) {
-      return respond(JsonResponse(WithDocument(std::move(answer.head)), 400));
-    }
+  shown_.Ask(std::move(question), "", [done = std::move(done)](PictureAnswer answer) {
+    if (answer.head.isMember("error")) return done(std::move(answer.head), false);
     Json::Value state = std::move(answer.head["state"]);
     state["values"] = std::move(answer.head["values"]);
     state["panel"] = std::move(answer.head["panel"]);
-    width_ = state["width"].asInt();
-    height_ = state["height"].asInt();
-    rate_ = state["rateText"].asString();
-    respond(JsonResponse(WithDocument(std::move(state))));
+    done(std::move(state), true);
+  });
+}
+
+void Studio::SendState(const Json::Value& request, const Respond& respond) {
+  AskState(request, document_.text(), [this, respond](Json::Value state, bool is_good) {
+    respond(JsonResponse(WithDocument(std::move(state)), is_good ? 200 : 400));
   });
 }
 
@@ -206,19 +217,12 @@ void Studio::SendState(const Json::Value& request, const Respond& respond) {
 void Studio::Edit(const Json::Value& request, const Respond& respond) {
   if (request["revision"] != document_.revision()) throw Outdated();
   const std::string text = WithEdits(request["edits"]);
-  Json::Value question = Question(request, text);
-  question["what"] = "state";
-  question["frame"] = 0;  // which every scene has
-  shown_.Ask(std::move(question), "", [this, request, respond, text](PictureAnswer answer) {
-    if (answer.head.isMember("error")) {
-      return respond(ErrorResponse(answer.head["error"].asString()));
-    }
-    if (request["revision"] != document_.revision()) {
-      return respond(ErrorResponse("the scene was changed in another window; here it is", 409));
-    }
+  AskState(request, text, [this, request, respond, text](Json::Value state, bool is_good) {
+    if (!is_good) return respond(JsonResponse(state, 400));
+    if (request["revision"] != document_.revision()) return respond(OutdatedResponse());
     document_.Change(text, request["name"].asString());
-    SendState(request, respond);
     Notify();
+    respond(JsonResponse(WithDocument(std::move(state))));
   });
 }
 
@@ -241,22 +245,23 @@ void Studio::SendPicture(const Json::Value& request, const Respond& respond) {
   }
   const std::string lane = request["lane"].asString();
   const bool is_filled = lane.starts_with("fill");
-  (is_filled ? filled_ : shown_)      .Ask(std::move(question), lane,
+  (is_filled ? filled_ : shown_)
+      .Ask(std::move(question), lane,
            [respond, revision = document_.revision()](PictureAnswer answer) {
-    if (answer.head.isMember("cancelled")) return respond({204, {}, {}});
-    if (answer.head.isMember("error")) {
-      return respond(ErrorResponse(answer.head["error"].asString()));
-    }
-    Json::Value facts;
-    for (const char* const key : {"values", "panel", "width", "height"}) {
-      facts[key] = answer.head[key];
-    }
-            facts["revision"] = revision;
-        respond({200,
-                 "application/octet-stream",
-             std::move(answer.bytes),
-             {{"Vorlin-Frame", OneLine(facts)}}});
-  });
+             if (answer.head.isMember("cancelled")) return respond({204, {}, {}});
+             if (answer.head.isMember("error")) {
+               return respond(ErrorResponse(answer.head["error"].asString()));
+             }
+             Json::Value facts;
+             for (const char* const key : {"values", "panel", "width", "height"}) {
+               facts[key] = answer.head[key];
+             }
+             facts["revision"] = revision;
+             respond({200,
+                      "application/octet-stream",
+                      std::move(answer.bytes),
+                      {{"Vorlin-Frame", OneLine(facts)}}});
+           });
 }
 
 std::string Studio::WithEdits(const Json::Value& edits) const {
@@ -365,7 +370,8 @@ void Studio::SaveLook(const Json::Value& request) {
 void Studio::Export(const Json::Value& request) {
   if (export_ && export_->is_running()) throw InputError("an export is running");
   const std::filesystem::path scene =
-      document_.file().parent_path() / fmt::format(".{}.export", document_.file().filename().string());
+      document_.file().parent_path() /
+      fmt::format(".{}.export", document_.file().filename().string());
   Json::Value options = request["options"];
   const std::vector<std::string> words = ExportWords(scene, options);
   OutputFile file(scene);

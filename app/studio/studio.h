@@ -56,13 +56,15 @@ class Studio {
   void AwaitEvents(const std::string& query, Respond respond);
   void Obey(const std::string& what, const Json::Value& request, const Respond& respond);
   void SendState(const Json::Value& request, const Respond& respond);
+  void AskState(const Json::Value& request, const std::string& text,
+                std::function<void(Json::Value state, bool is_good)> done);
   void Edit(const Json::Value& request, const Respond& respond);
   void SendPicture(const Json::Value& request, const Respond& respond);
   void SaveLook(const Json::Value& request);
   void Export(const Json::Value& request);
 
   Json::Value Question(const Json::Value& request, const std::string& text) const;
-  Json::Value WithDocument(Json::Value state) const;
+  Json::Value WithDocument(Json::Value state);
   std::string WithEdits(const Json::Value& edits) const;
   Json::Value Expanded(const Json::Value& edit, const Json::Value& scene) const;
   Json::Value LookEdits(const std::string& name, const Json::Value& scene) const;

@@ -60,15 +60,16 @@ export async function ask(what, request) {
  */
 
 /**
- * A picture's bytes and what is known of it; null when a newer wish came.
+ * A picture and what is known of it: pixels if they were asked for raw, else a file; null when a newer wish came.
  * @param {PictureWish} wish
- * @returns {Promise<{blob: Blob, facts: {revision: string, width: number, height: number, values: Record<string, any>, panel: any[]}} | null>}
+ * @returns {Promise<{pixels: Uint8ClampedArray | null, blob: Blob, facts: {revision: string, width: number, height: number, values: Record<string, any>, panel: any[]}} | null>}
  */
 export async function askPicture(wish) {
   const response = await post("picture", { ...wish, lane: `${wish.lane}-${tab}` });
   if (response.status === 204) return null;
   const facts = JSON.parse(response.headers.get("Vorlin-Frame") ?? "{}");
-  return { blob: await response.blob(), facts };
+  if (wish.format === "raw") return { pixels: new Uint8ClampedArray(await response.arrayBuffer()), blob: new Blob(), facts };
+  return { pixels: null, blob: await response.blob(), facts };
 }
 
 /**

@@ -136,10 +136,11 @@ function showPanel() {
 }
 
 function showValues() {
-  if (!store.state) return;
+  // What is dragged shows its own value.
+  if (!store.state || store.preview.length > 0) return;
   for (const [name, { widget, key, steps, row }] of rows) {
     const value = store.state.values[name];
-    if (value !== undefined && store.preview.length === 0) widget.show(value);
+    if (value !== undefined) widget.show(value);
     const keys = keysOf(name);
     row.classList.toggle("keyed", Boolean(keys));
     row.classList.toggle("changed", store.state.scene.controls?.[name] !== undefined);

@@ -51,6 +51,7 @@ function showReady() {
   ready.setAttribute("aria-label", `${count} of ${frames} frames are ready to be played`);
   ready.dataset.count = String(count);
   const play = byId("play");
+  play.dataset.dropped = String(playFacts.dropped);
   fillWith(play, icon(store.playing ? "pause" : "play"));
   play.setAttribute("aria-label", store.playing ? "pause" : "play");
 }

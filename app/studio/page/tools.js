@@ -72,8 +72,9 @@ function drawStroke(down) {
       if (points.length < 2) return;
       const end = drawing.length || points[points.length - 1][0];
       // Strokes that go on begin after what there is; a moment later all of it is there.
+      const edits = [strokeEdit(points)];
       store.frame = shown + Math.ceil(end * store.state.rate) + (strokes() > 0 ? Math.ceil(store.state.rate / 4) + 2 : 1);
-      setPreview([strokeEdit(points)]);
+      setPreview(edits);
       store.frame = shown;
     },
     end: async () => {

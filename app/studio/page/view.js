@@ -6,7 +6,7 @@ import { askPicture, Refusal } from "./api.js";
 import { emit, on, say, store } from "./store.js";
 
 /** @typedef {{blob: Blob, facts: any}} Kept */
-/** @typedef {{frame: number, edits: import("./types.js").Edit[], quick: boolean, alone: boolean, number: number}} Wish */
+/** @typedef {{frame: number, edits: import("./types.js").Edit[], quick: boolean, alone: boolean, number: number, since: number}} Wish */
 
 const stage = /** @type {HTMLElement} */ (document.getElementById("stage"));
 const canvas = /** @type {HTMLCanvasElement} */ (document.getElementById("picture"));
@@ -18,8 +18,8 @@ const PATIENCE = 150;
 /** Frames that are kept take no more than this, bytes. */
 const MOST_KEPT = 256 << 20;
 /** Of the picture that follows the hand, milliseconds. */
-const QUICK = { slow: 45, fast: 18 };
-const SMALLEST = 8;
+const QUICK = { slow: 26, fast: 13 };
+const SMALLEST = 4;
 const AHEAD = 5;
 
 const placing = { zoom: 1, x: 0, y: 0, fitted: true };
@@ -151,7 +151,7 @@ export const isReady = (frame) => kept.has(keyOf(frame));
 /** @param {boolean} quick */
 function want(quick) {
   clearTimeout(restTimer);
-  waiting = { frame: store.frame, edits: store.preview, quick, alone, number: ++wishes };
+  waiting = { frame: store.frame, edits: store.preview, quick, alone, number: ++wishes, since: window.event?.timeStamp ?? performance.now() };
   pump();
 }
 
@@ -208,13 +208,14 @@ async function show(wish, since) {
     keep(keyOf(wish.frame, step, revision), result);
   }
   const { width, height } = result.facts;
-  if (wish.quick) {
-    paint(await createImageBitmap(result.blob), result.facts);
-  } else {
-    const pixels = new Uint8ClampedArray(await result.blob.arrayBuffer());
-    paint(new ImageData(pixels, width, height), result.facts);
-  }
+  const { pixels, blob, facts } = result;
+  const picture = pixels ? new ImageData(pixels, width, height) : await createImageBitmap(blob);
+  if (wish.number < painted) return;
+  paint(picture, facts);
   painted = wish.number;
+  // From the hand's move to the screen, for those who measure.
+  const isLayer = wish.alone ? "layer" : wish.quick ? "quick" : "exact";
+  requestAnimationFrame(() => setTimeout(() => performance.measure(`vorlin ${isLayer}`, { start: wish.since })));
   const took = performance.now() - since;
   if (wish.quick && took > QUICK.slow) quickStep = Math.min(SMALLEST, quickStep + 1);
   if (wish.quick && took < QUICK.fast) quickStep = Math.max(1, quickStep - 1);

@@ -167,7 +167,7 @@ export function tupleWidget(names, to, pick) {
     element: make("div", { class: "value" }, ...fields, ...(button ? [button] : [])),
     show: (value) =>
       fields.forEach((field, i) => {
-        if (document.activeElement !== field) field.value = short(value[i]);
+        if (document.activeElement !== field) field.value = short(value[i], 1);
       }),
     disable: (is) => {
       for (const field of fields) field.disabled = is;
