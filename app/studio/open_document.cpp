@@ -6,7 +6,10 @@
 #include "errors.h"
 #include "file_pattern.h"
 #include "files.h"
+#include "look_edits.h"
+#include "output_file.h"
 #include "picture_file.h"
+#include "scene_edit.h"
 #include "studio.h"
 
 namespace app {
@@ -48,17 +51,23 @@ std::filesystem::path DataFolder() {
 Document CopySample() {
   const std::filesystem::path from = FindSample();
   const std::filesystem::path to = DataFolder() / "sample";
+  const std::filesystem::path scene = to / "honey.json";
   std::error_code error;
   std::filesystem::create_directories(to, error);
-  for (const char* const name : {"honey.json", "cloth.jpg"}) {
-    const auto how = std::filesystem::copy_options::skip_existing;
-    if (!error) std::filesystem::copy_file(from / name, to / name, how, error);
-  }
+  const auto how = std::filesystem::copy_options::skip_existing;
+  if (!error) std::filesystem::copy_file(from / "cloth.jpg", to / "cloth.jpg", how, error);
   if (error) {
     throw FileError(
         fmt::format("cannot copy the sample to \"{}\": {}", to.string(), error.message()));
   }
-  return Document(to / "honey.json");
+  if (!std::filesystem::exists(scene, error)) {
+    std::string text = ReadTextFile(from / "honey.json");
+    for (const Json::Value& edit : LookEdits("honey", {})) text = Edited(text, edit);
+    OutputFile file(scene);
+    file.Write(text);
+    file.Commit();
+  }
+  return Document(scene);
 }
 
 Document NewScene(const std::filesystem::path& layer) {

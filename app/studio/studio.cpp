@@ -11,11 +11,11 @@
 #include "files.h"
 #include "hosting/errors.h"
 #include "json_text.h"
+#include "look_edits.h"
 #include "message_line.h"
 #include "output_file.h"
 #include "page_files.h"
 #include "path_import.h"
-#include "scene_controls.h"
 #include "scene_edit.h"
 #include "scene_text.h"
 
@@ -180,7 +180,7 @@ Json::Value Studio::WithDocument(Json::Value state) {
   state["undo"] = document_.UndoName();
   state["redo"] = document_.RedoName();
   state["recovered"] = document_.is_recovered();
-  for (const std::string& name : LookNames()) state["looks"].append(name);
+  for (const std::string& name : LookNames(Looks())) state["looks"].append(name);
   return state;
 }
 
@@ -280,28 +280,10 @@ std::string Studio::WithEdits(const Json::Value& edits) const {
 }
 
 Json::Value Studio::Expanded(const Json::Value& edit, const Json::Value& scene) const {
-  if (edit["look"].isString()) return LookEdits(edit["look"].asString(), scene);
+  if (edit["look"].isString()) return LookEdits(edit["look"].asString(), scene, Looks());
   if (edit["draw"].isObject()) return DrawEdits(edit["draw"], scene);
   if (edit["drawing"].isObject()) return DrawingEdits(edit["drawing"], scene);
   throw InputError("this edit is not understood");
-}
-
-/// A look takes the place of all controls but the brush's way.
-Json::Value Studio::LookEdits(const std::string& name, const Json::Value& scene) const {
-  Json::Value edits(Json::arrayValue);
-  const Json::Value looks = name.empty()
-                                ? Json::Value(Json::objectValue)
-                                : ChangedControls({.preset = LookFile(name), .settings = {}});
-  const auto edit = [&](const std::string& control) -> Json::Value& {
-    Json::Value one;
-    one["path"] = JsonList("controls", control);
-    return edits.append(one);
-  };
-  for (const std::string& control : scene["controls"].getMemberNames()) {
-    if (control != "Brush Position" && !looks.isMember(control)) edit(control)["remove"] = true;
-  }
-  for (const std::string& control : looks.getMemberNames()) edit(control)["set"] = looks[control];
-  return edits;
 }
 
 Json::Value Studio::DrawEdits(const Json::Value& draw, const Json::Value& scene) const {
@@ -328,28 +310,6 @@ Json::Value Studio::DrawingEdits(const Json::Value& drawing, const Json::Value& 
                   scene);
 }
 
-std::filesystem::path Studio::LookFile(const std::string& name) const {
-  const std::filesystem::path own = document_.file().parent_path() / "looks" / (name + ".json");
-  std::error_code ignored;
-  if (name.find_first_of("/.") != name.npos) {
-    throw InputError(fmt::format("there is no look \"{}\"", name));
-  }
-  return std::filesystem::exists(own, ignored) ? own : FindPreset(name);
-}
-
-/// Those beside the scene, which users make, and those of the program.
-std::vector<std::string> Studio::LookNames() const {
-  std::vector<std::string> names = PresetNames();
-  std::error_code none;
-  for (const auto& entry :
-       std::filesystem::directory_iterator(document_.file().parent_path() / "looks", none)) {
-    if (entry.path().extension() == ".json") names.push_back(entry.path().stem());
-  }
-  std::sort(names.begin(), names.end());
-  names.erase(std::unique(names.begin(), names.end()), names.end());
-  return names;
-}
-
 void Studio::SaveLook(const Json::Value& request) {
   const std::string name = request["name"].asString();
   if (name.empty() || name.size() > 100 || name.find_first_of("/.\\") != name.npos) {
@@ -358,7 +318,7 @@ void Studio::SaveLook(const Json::Value& request) {
   Json::Value look;
   look["controls"] = JsonText("the scene", document_.text()).root()["controls"];
   look["controls"].removeMember("Brush Position");
-  const std::filesystem::path folder = document_.file().parent_path() / "looks";
+  const std::filesystem::path folder = Looks();
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   OutputFile file(folder / (name + ".json"));

@@ -65,13 +65,12 @@ class Studio {
 
   Json::Value Question(const Json::Value& request, const std::string& text) const;
   Json::Value WithDocument(Json::Value state);
+  /// Where the user's own looks are.
+  std::filesystem::path Looks() const { return document_.file().parent_path() / "looks"; }
   std::string WithEdits(const Json::Value& edits) const;
   Json::Value Expanded(const Json::Value& edit, const Json::Value& scene) const;
-  Json::Value LookEdits(const std::string& name, const Json::Value& scene) const;
   Json::Value DrawEdits(const Json::Value& draw, const Json::Value& scene) const;
   Json::Value DrawingEdits(const Json::Value& drawing, const Json::Value& scene) const;
-  std::filesystem::path LookFile(const std::string& name) const;
-  std::vector<std::string> LookNames() const;
 
   boost::asio::io_context& context_;
   Document document_;

@@ -37,10 +37,10 @@ export const byId = (id) => document.getElementById(id);
  * Follows the pointer from a pointerdown until it is lifted. Escape gives up.
  * @param {PointerEvent} down
  * @param {{move: (event: PointerEvent) => void, end: (event: PointerEvent) => void, cancel?: () => void}} handlers
+ * @param {Element} [target] what stays there meanwhile
  */
-export function drag(down, { move, end, cancel }) {
+export function drag(down, { move, end, cancel }, target = /** @type {Element} */ (down.currentTarget)) {
   if (down.button !== 0 && down.button !== 1) return;
-  const target = /** @type {Element} */ (down.currentTarget ?? down.target);
   down.preventDefault();
   const stop = new AbortController();
   const { signal } = stop;

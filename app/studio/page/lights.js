@@ -39,7 +39,7 @@ function fields(type, light, index) {
       onTry: (to) => setPreview([{ path, set: to }]),
       onSet: (to) => edit(format.name.replace(/_/g, " "), [to === "" ? { path, remove: true } : { path, set: to }]),
     });
-    const isKeyed = value?.keys !== undefined;
+    const isKeyed = Array.isArray(value?.keys);
     const shown = isKeyed ? value.keys[0].value : (value ?? format.default);
     if (shown !== null && shown !== undefined) widget.show(shown);
     widget.disable(isKeyed);

@@ -74,15 +74,13 @@ function handle(point, { label, kind, move, done, cancel, choose, remove, size =
     choose?.();
     const start = toLayer(down);
     let moved = false;
-    drag(down, {
-      move: (event) => {
-        const [px, py] = toLayer(event);
-        moved = true;
-        move([point[0] + px - start[0], point[1] + py - start[1]], event);
-      },
-      end: () => moved && done(),
-      cancel,
-    });
+    const follow = (/** @type {PointerEvent} */ event) => {
+      const [px, py] = toLayer(event);
+      moved = true;
+      move([point[0] + px - start[0], point[1] + py - start[1]], event);
+    };
+    // The handle itself is drawn anew meanwhile.
+    drag(down, { move: follow, end: () => moved && done(), cancel }, overlay);
   });
   circle.addEventListener("keydown", (/** @type {KeyboardEvent} */ event) => {
     const step = event.shiftKey ? 10 : 1;

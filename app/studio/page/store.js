@@ -144,7 +144,10 @@ export function goTo(frame) {
  * @param {string} control
  * @returns {Key[] | undefined}
  */
-export const keysOf = (control) => store.state.scene.controls?.[control]?.keys;
+export function keysOf(control) {
+  const keys = store.state.scene.controls?.[control]?.keys;
+  return Array.isArray(keys) ? keys : undefined; // lists have a method of that name
+}
 
 /** Names of the controls that have keys, in the effect's order. */
 export const keyedControls = () =>
