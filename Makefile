@@ -2,7 +2,7 @@
 PRESET ?= release
 BUILD := build/$(PRESET)
 
-.PHONY: build demo gallery schemas package test torture bench figures fuzz clean
+.PHONY: build demo gallery schemas package test test-studio studio-deps torture bench figures fuzz clean
 
 build: $(BUILD)/build.ninja
 	cmake --build $(BUILD)
@@ -16,12 +16,13 @@ demo: $(BUILD)/build.ninja
 	@echo
 	@echo "90 frames:       demo/ribbon.0000.png to demo/ribbon.0089.png"
 	@echo "contact sheet:   demo/ribbon_sheet.png"
+	@echo "Draw your own:   $(BUILD)/app/cli/vorlin studio"
 
 # The pictures of docs/looks.md and the README, at the moment each scene looks best, and those of docs/controls.md.
 LOOKS := glass-thread honey ink lava mercury neon
 # Looks without a scene of their own, and what they are written on.
 WRITTEN := chrome:studio crayon:paper paint:white water:meadow
-gallery: $(BUILD)/build.ninja
+gallery: $(BUILD)/build.ninja studio-deps
 	cmake --build $(BUILD) --target vorlin vorlin_effect
 	set -e; for look in $(LOOKS) $(WRITTEN); do name=$${look%:*}; \
 	  case $$look in *:*) what="scenes/$${look#*:}.jpg --path scenes/hello.svg";; *) what=scenes/$$name.json;; esac; \
@@ -34,6 +35,10 @@ gallery: $(BUILD)/build.ninja
 	FREI0R_PATH=$(BUILD)/app/frei0r ffmpeg -v error -y -loop 1 -r 30 -t 2 -i scenes/dusk.jpg \
 	  -vf format=rgba,frei0r=libvorlin_frei0r:$(BUILD)/hello.json,select='eq(n\,46)',scale=480:-2 -frames:v 1 -q:v 3 docs/images/editors.jpg
 	tools/control-strips $(BUILD)/app/cli/vorlin
+	$(IN_STUDIO) node tools/studio-pictures.mjs $(CURDIR)/$(BUILD)/studio-pictures
+	for picture in $(BUILD)/studio-pictures/*.png; do \
+	  ffmpeg -v error -y -i $$picture -q:v 3 docs/images/$$(basename $$picture .png).jpg; \
+	done
 
 # What editors complete scenes and presets from, and what docs/scene.md and docs/controls.md take from the program.
 schemas: $(BUILD)/build.ninja
@@ -51,6 +56,15 @@ package: build
 test: build
 	ctest --preset $(PRESET)
 
+# The studio's page in a real browser, and its types. Needs node and Chromium, which nothing else does.
+IN_STUDIO := VORLIN=$(CURDIR)/$(BUILD)/app/cli/vorlin SCENES=$(CURDIR)/scenes
+studio-deps:
+	@tools/install-deps studio
+	cd tests/studio && npm install --silent --no-audit --no-fund --no-package-lock
+test-studio: build studio-deps
+	tsc -p app/studio/page
+	$(IN_STUDIO) node --test tests/studio/page_test.mjs
+
 # Ratios to references that are measured in the same run; the machine should be idle. The results stay
 # in build/<preset>/bench/*.json, for bench/compare.py.
 BENCH_ARGS ?= --benchmark_counters_tabular=true --benchmark_min_time=1
@@ -61,6 +75,9 @@ bench: | deps
 	cmake --build $(BUILD) --target $(BENCHES) vorlin vorlin_effect
 	set -e; for b in $(BENCHES); do $(BUILD)/bench/$$b $(BENCH_ARGS) --benchmark_out=$(BUILD)/bench/$$b.json; done
 	bench/render_bench $(BUILD)
+	$(MAKE) studio-deps
+	ffmpeg -v error -y -i scenes/town.jpg -vf scale=1920:1080:flags=lanczos -q:v 2 $(BUILD)/bench/photo.jpg
+	$(IN_STUDIO) node bench/studio_bench.mjs $(CURDIR)/$(BUILD)/bench/photo.jpg $(CURDIR)/$(BUILD)/bench/studio.json
 
 # All figures that age, into one page: lines of code, what the tests count, and the benchmarks that were run.
 figures: build

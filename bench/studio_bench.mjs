@@ -1,31 +1,16 @@
 // How long a hand waits for its picture in the studio, in a real browser: a photograph of 1920 x 1080 pixels, a stroke
-// of 60 frames, the default look. usage: studio_bench.mjs PROGRAM PICTURE [FILE]: writes its figures as JSON.
-import { spawn } from "node:child_process";
-import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
-import { tmpdir } from "node:os";
-import { join } from "node:path";
-import { chromium } from "playwright-core";
+// of 60 frames, the default look. usage: studio_bench.mjs PICTURE [FILE]: writes its figures as JSON. VORLIN names the program.
+import { readFileSync, writeFileSync } from "node:fs";
+import { closeAll, openStudio, rested } from "../tests/studio/browser.mjs";
 
-const [program, picture, out] = process.argv.slice(2);
-const folder = mkdtempSync(join(tmpdir(), "vorlin_bench_"));
-copyFileSync(picture, join(folder, "photo.jpg"));
-const studio = spawn(program, ["studio", "--no-open", join(folder, "photo.jpg")], { stdio: ["ignore", "pipe", "inherit"] });
-const address = await new Promise((found) => {
-  let said = "";
-  studio.stdout.on("data", (text) => {
-    said += text;
-    const match = /http:\S+/.exec(said);
-    if (match) found(match[0]);
-  });
-});
-const browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--disable-quic", "--disable-background-networking"] });
-const page = await browser.newPage({ viewport: { width: 1280, height: 800 } });
+const [picture, out] = process.argv.slice(2);
+const studio = await openStudio([picture], picture.split("/").pop());
+const { page, server } = studio;
 
 const sleep = (milliseconds) => new Promise((done) => setTimeout(done, milliseconds));
 const part = (values, share) => [...values].sort((a, b) => a - b)[Math.min(values.length - 1, Math.floor(values.length * share))];
 const measured = (name) => page.evaluate((n) => performance.getEntriesByName(`vorlin ${n}`).map((m) => m.duration), name);
 const forget = () => page.evaluate(() => performance.clearMeasures());
-const rested = () => page.waitForFunction(() => document.body.dataset.painted?.startsWith("exact"));
 
 /** Moves the pointer, a step every 8 ms. */
 async function move(from, to, steps, bend = 0) {
@@ -43,8 +28,6 @@ async function move(from, to, steps, bend = 0) {
 }
 
 const figures = {};
-await page.goto(address);
-await page.waitForFunction(() => document.body.dataset.painted);
 const opened = await page.evaluate(() => {
   const [load] = performance.getEntriesByType("navigation");
   return performance.getEntriesByType("measure")[0].startTime + performance.getEntriesByType("measure")[0].duration - load.domContentLoadedEventEnd;
@@ -55,7 +38,7 @@ await sleep(3000);
 const box = await page.locator("#picture").boundingBox();
 await forget();
 await move([box.x + 0.1 * box.width, box.y + 0.5 * box.height], [box.x + 0.9 * box.width, box.y + 0.5 * box.height], 240, 0.3 * box.height);
-await rested();
+await rested(page);
 const drawn = await measured("quick");
 figures["drawing, median"] = part(drawn, 0.5);
 figures["drawing, 95 %"] = part(drawn, 0.95);
@@ -65,14 +48,14 @@ await page.keyboard.press("Escape");
 await sleep(500);
 await page.locator("#to-end").click();
 await sleep(500);
-await rested();
+await rested(page);
 await forget();
 await page.locator("#looks").scrollIntoViewIfNeeded();
 const slider = await page.getByRole("slider", { name: "Stroke Width" }).boundingBox();
 const middle = slider.y + slider.height / 2;
 await move([slider.x + 0.35 * slider.width, middle], [slider.x + 0.6 * slider.width, middle], 240);
 await sleep(1000);
-await rested();
+await rested(page);
 const slid = await measured("quick");
 figures["slider, median"] = part(slid, 0.5);
 figures["slider, 95 %"] = part(slid, 0.95);
@@ -81,7 +64,7 @@ await page.keyboard.press("Control+z");
 const exact = [];
 for (let i = 0; i < 8; ++i) {
   await sleep(400);
-  await rested();
+  await rested(page);
   await forget();
   await page.getByLabel("Density", { exact: true }).last().fill(String(30 + i));
   await page.getByLabel("Density", { exact: true }).last().press("Enter");
@@ -100,12 +83,10 @@ figures["frames played a second"] = ((await paints()) - before) / 5;
 figures["frames dropped in 5 s"] = Number(await page.locator("#play").getAttribute("data-dropped"));
 await page.locator("#play").click();
 const memory = (pid) => Number(/VmHWM:\s+(\d+)/.exec(readFileSync(`/proc/${pid}/status`, "utf8"))[1]) / 1024;
-const children = readFileSync(`/proc/${studio.pid}/task/${studio.pid}/children`, "utf8").trim().split(/\s+/);
-figures["memory of the server, MiB"] = memory(studio.pid);
+const children = readFileSync(`/proc/${server.pid}/task/${server.pid}/children`, "utf8").trim().split(/\s+/);
+figures["memory of the server, MiB"] = memory(server.pid);
 figures["memory of its workers, MiB"] = children.reduce((sum, pid) => sum + memory(pid), 0);
 
 for (const [name, value] of Object.entries(figures)) console.log(`${name.padEnd(42)} ${value.toFixed(1).padStart(8)}`);
 if (out) writeFileSync(out, `${JSON.stringify(figures, null, 2)}\n`);
-await browser.close();
-studio.kill("SIGINT");
-rmSync(folder, { recursive: true });
+await closeAll();

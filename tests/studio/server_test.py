@@ -187,7 +187,7 @@ class StudioTest(unittest.TestCase):
 
     def test_pictures_are_those_of_render_and_the_newest_is_wanted(self):
         studio = self.start()
-        studio.edit({"look": "honey"})
+        studio.edit({"look": "honey"}, {"path": ["controls", "Paint Style"], "set": "Wobbly"})
         status, pixels = studio.post("picture", frame=20, scale=[1, 1], over="layer", format="raw", lane="a")
         studio.ask("save")
         subprocess.run([PROGRAM, "render", self.file, "-F", "20", "--over", "layer", "-q", "-o", self.folder / "a.png"], check=True)

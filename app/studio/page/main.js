@@ -221,11 +221,12 @@ async function take(events) {
   if (events.outside && !wasOutside) offerReload();
   if (!events.outside && wasOutside) byId("offer").hidden = true;
   wasOutside = events.outside;
-  if (events.crash && events.crash !== crash) say(events.crash, "error");
+  const hasCrashed = events.crash !== crash;
   crash = events.crash;
   if (events.journalFault) say(events.journalFault, "error");
   showExport(events.export);
-  if (events.revision !== store.state.revision || events.saved !== store.state.saved) await command("state");
+  if (events.revision !== store.state.revision || events.saved !== store.state.saved || hasCrashed) await command("state");
+  if (hasCrashed) say(crash, "error");
 }
 
 /** A hidden window lets go: browsers have few connections for all windows together. */

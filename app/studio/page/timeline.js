@@ -145,7 +145,7 @@ function keyDot(control, index) {
     "aria-pressed": String(isChosen),
     title: `${short(key.time)} s`,
   });
-  dot.style.left = percent(frameAt(key.time));
+  dot.style.left = `min(${percent(frameAt(key.time))}, 100%)`;
   const choose = () => {
     chooseKey(control, index);
     scrubTo(frameAt(key.time));

@@ -160,15 +160,18 @@ export function colorWidget(to) {
  */
 export function tupleWidget(names, to, pick) {
   const fields = names.map((name) => /** @type {HTMLInputElement} */ (make("input", { type: "number", step: "any", class: "number", "aria-label": `${to.label}, ${name}` })));
-  const read = () => fields.map((field) => Number(field.value));
-  for (const field of fields) field.addEventListener("change", () => to.onSet(read()));
+  /** @type {number[]} not as rounded as what is shown */
+  let now = [];
+  fields.forEach((field, i) => field.addEventListener("change", () => to.onSet(now.map((v, n) => (n === i ? Number(field.value) : v)))));
   const button = pick && make("button", { class: "quiet", title: "Pick it on the picture", "aria-label": `pick ${to.label} on the picture`, onclick: pick }, icon("target"));
   return {
     element: make("div", { class: "value" }, ...fields, ...(button ? [button] : [])),
-    show: (value) =>
+    show: (value) => {
+      now = value;
       fields.forEach((field, i) => {
-        if (document.activeElement !== field) field.value = short(value[i], 1);
-      }),
+        if (document.activeElement !== field) field.value = short(value[i], Math.abs(value[i]) < 100 ? 1 : 0);
+      });
+    },
     disable: (is) => {
       for (const field of fields) field.disabled = is;
       if (button) button.disabled = is;
