@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,8 +15,7 @@
 
 #include "errors.h"
 #include "message_line.h"
-
-extern char** environ;
+#include "own_process.h"
 
 namespace app {
 
@@ -54,34 +52,25 @@ std::vector<std::string> ExportWords(const std::filesystem::path& scene,
   return words;
 }
 
-ExportRun::ExportRun(boost::asio::io_context& context, std::vector<std::string> words,
+ExportRun::ExportRun(boost::asio::io_context& context, const std::vector<std::string>& words,
                      std::function<void()> changed)
     : errors_(context), changed_(std::move(changed)) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) {
+  const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (nowhere < 0 || pipe2(ends, O_CLOEXEC) != 0) {
     throw FileError(fmt::format("cannot export: {}", std::strerror(errno)));
   }
   errors_.assign(ends[0]);
-  words.insert(words.begin(), "vorlin");
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
-  // A group of its own: the terminal's Ctrl-C is for the studio, which ends it.
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-  const int failed =
-      posix_spawn(&process_, program.c_str(), &actions, &attributes, arguments.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
+  try {
+    process_ = StartOwnProgram(
+        words, {{nowhere, STDIN_FILENO}, {nowhere, STDOUT_FILENO}, {ends[1], STDERR_FILENO}}, true);
+  } catch (...) {
+    close(nowhere);
+    close(ends[1]);
+    throw;
+  }
+  close(nowhere);
   close(ends[1]);
-  if (failed != 0) throw FileError(fmt::format("cannot export: {}", std::strerror(failed)));
   status_["running"] = true;
   ReadLine();
 }
@@ -125,7 +114,10 @@ void ExportRun::OnEnd() {
   waitpid(process_, &status, 0);
   process_ = 0;
   status_["running"] = false;
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGINT) {
+  // It may not have come as far as to note signals.
+  const bool is_cancelled =
+      WIFSIGNALED(status) ? WTERMSIG(status) == SIGINT : WEXITSTATUS(status) == 128 + SIGINT;
+  if (is_cancelled) {
     status_["cancelled"] = true;
   } else if (status != 0 && !status_.isMember("error")) {
     status_["error"] = "the export ended untimely";

@@ -27,7 +27,7 @@ std::vector<std::string> ExportWords(const std::filesystem::path& scene,
 class ExportRun {
  public:
   /// `changed` is called whenever status() has. Throws FileError when it cannot be started.
-  ExportRun(boost::asio::io_context& context, std::vector<std::string> words,
+  ExportRun(boost::asio::io_context& context, const std::vector<std::string>& words,
             std::function<void()> changed);
   /// Ends it.
   ~ExportRun();

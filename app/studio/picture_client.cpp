@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -17,10 +16,9 @@
 
 #include "errors.h"
 #include "message_line.h"
+#include "own_process.h"
 #include "picture_worker.h"
 #include "worker_process.h"
-
-extern char** environ;
 
 namespace app {
 namespace {
@@ -32,26 +30,6 @@ PictureAnswer Cancelled() {
   PictureAnswer answer;
   answer.head["cancelled"] = true;
   return answer;
-}
-
-/// Starts this program as a worker with these descriptors. Throws FileError.
-pid_t SpawnWorker(const std::filesystem::path& effect, int threads, int line, int memory) {
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-  std::vector<std::string> words{"vorlin",        "studio-worker", "--effect",
-                                 effect.string(), "--threads",     std::to_string(threads)};
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, line, kWorkerLine);
-  posix_spawn_file_actions_adddup2(&actions, memory, kWorkerMemory);
-  pid_t process = 0;
-  const int failed =
-      posix_spawn(&process, program.c_str(), &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failed != 0) throw FileError(fmt::format("cannot start a worker: {}", std::strerror(failed)));
-  return process;
 }
 
 }  // namespace
@@ -107,7 +85,9 @@ void PictureClient::Start() {
   line_.emplace(context_, asio::local::stream_protocol(), moved_up(ends[0]));
   if (memory_ < 0) memory_ = moved_up(memfd_create("vorlin-picture", MFD_CLOEXEC));
   try {
-    process_ = SpawnWorker(effect_, threads_, theirs, memory_);
+    process_ = StartOwnProgram(
+        {"studio-worker", "--effect", effect_.string(), "--threads", std::to_string(threads_)},
+        {{theirs, kWorkerLine}, {memory_, kWorkerMemory}}, false);
   } catch (...) {
     close(theirs);
     throw;
@@ -142,8 +122,12 @@ void PictureClient::AwaitAnswer() {
           if (e == asio::error::operation_aborted) return;
           if (e) return OnEnd();
           PictureAnswer answer;
-          answer.head = ParseMessage(incoming_);
-          answer.bytes = TakeBytes(answer.head["bytes"].asUInt64());
+          try {
+            answer.head = ParseMessage(incoming_);
+            answer.bytes = TakeBytes(answer.head["bytes"].asUInt64());
+          } catch (const Error&) {  // whatever it is, it is no answer
+            return OnEnd();
+          }
           Finish(std::move(answer));
         });
       });

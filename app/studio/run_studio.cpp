@@ -38,8 +38,8 @@ void RunStudio(const StudioArguments& arguments) {
   const std::filesystem::path effect = std::filesystem::absolute(FindEffect(arguments.effect));
   boost::asio::io_context context(1);
   Studio studio(context, OpenDocument(arguments.file), effect);
-  WebServer server(context, arguments.port, [&](WebRequest request, Respond respond) {
-    studio.Handle(std::move(request), std::move(respond));
+  WebServer server(context, arguments.port, [&](const WebRequest& request, Respond respond) {
+    studio.Handle(request, std::move(respond));
   });
   boost::asio::signal_set signals(context, SIGINT, SIGTERM);
   signals.async_wait([&](const boost::system::error_code&, int) { context.stop(); });

@@ -53,6 +53,19 @@ WebResponse OutdatedResponse() {
   return ErrorResponse("the scene was changed in another window; here it is", 409);
 }
 
+/// A page may choose another layer, but only from the scene's own folder.
+void CheckLayer(const std::string& before, const std::string& after) {
+  const auto layer = [](const std::string& text) {
+    return JsonText("the scene", text).root()["layer"];
+  };
+  const Json::Value now = layer(after);
+  if (!now.isString() || now == layer(before)) return;
+  const std::filesystem::path path = now.asString();
+  if (path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
+    throw InputError(fmt::format("\"{}\" is not in the scene's own folder", path.string()));
+  }
+}
+
 double NumberOr(const Json::Value& value, double other) {
   if (value.isNull()) return other;
   if (!value.isNumeric()) throw InputError("a number is expected in this request");
@@ -80,7 +93,7 @@ Studio::Studio(boost::asio::io_context& context, Document document,
   Watch();
 }
 
-void Studio::Handle(WebRequest request, Respond respond) try {
+void Studio::Handle(const WebRequest& request, Respond respond) try {
   if (const PageFile* const file = FindPageFile(request.path)) {
     return respond({200, std::string(file->type), std::string(file->bytes)});
   }
@@ -276,6 +289,7 @@ std::string Studio::WithEdits(const Json::Value& edits) const {
       text = Edited(text, one);
     }
   }
+  CheckLayer(document_.text(), text);
   return text;
 }
 
@@ -332,8 +346,7 @@ void Studio::Export(const Json::Value& request) {
   const std::filesystem::path scene =
       document_.file().parent_path() /
       fmt::format(".{}.export", document_.file().filename().string());
-  Json::Value options = request["options"];
-  const std::vector<std::string> words = ExportWords(scene, options);
+  const std::vector<std::string> words = ExportWords(scene, request["options"]);
   OutputFile file(scene);
   file.Write(document_.text());
   file.Commit();

@@ -41,7 +41,7 @@ class Studio {
  public:
   Studio(boost::asio::io_context& context, Document document, const std::filesystem::path& effect);
 
-  void Handle(WebRequest request, Respond respond);
+  void Handle(const WebRequest& request, Respond respond);
   const Document& document() const { return document_; }
 
  private:

@@ -132,7 +132,7 @@ class WebServer::Connection : public std::enable_shared_from_this<Connection> {
     wanted.body = request.body();
     if (auto refusal = Refusal(request, wanted)) return Write(std::move(*refusal));
     // The connection lives while somebody may yet respond.
-    server_.handler_(std::move(wanted), [self = shared_from_this()](WebResponse response) {
+    server_.handler_(wanted, [self = shared_from_this()](WebResponse response) {
       self->Write(std::move(response));
     });
   }

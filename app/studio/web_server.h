@@ -35,7 +35,7 @@ using Respond = std::function<void(WebResponse)>;
 /// (which a foreign page could have made), and whoever is slow or sends too much.
 class WebServer {
  public:
-  using Handler = std::function<void(WebRequest, Respond)>;
+  using Handler = std::function<void(const WebRequest&, Respond)>;
 
   /// `port` 0 takes any that is free. Throws FileError when it cannot be had.
   WebServer(boost::asio::io_context& context, unsigned short port, Handler handler);

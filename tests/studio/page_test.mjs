@@ -2,6 +2,7 @@
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { existsSync, readFileSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, afterEach, test } from "node:test";
 import { closeAll, curve, draw, openStudio, PROGRAM, rested, SCENES } from "./browser.mjs";
@@ -159,7 +160,7 @@ test("keys are dragged on the picture and in time, added, copied, deleted; nothi
 });
 
 test("a clip is scrubbed and played", async () => {
-  const clip = "/tmp/vorlin_clip.mp4";
+  const clip = join(tmpdir(), "vorlin_clip.mp4");
   execFileSync("ffmpeg", ["-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=s=320x180:r=25:d=2", "-pix_fmt", "yuv420p", clip]);
   const page = await start([clip], "vorlin_clip.mp4");
   assert.equal(await page.locator("#scrub").getAttribute("aria-valuemax"), "49");

@@ -132,7 +132,9 @@ class StudioTest(unittest.TestCase):
         for edit, said in [
             ({"path": ["controls", "Density"], "set": 700}, 'scene.json:14:16: "Density" is 700, but must be from 0 to 200'),
             ({"path": ["controls", "Densitty"], "set": 7}, 'unknown control "Densitty"; did you mean "Density"?'),
-            ({"path": ["layer"], "set": "../none.png"}, "none.png"),
+            ({"path": ["layer"], "set": "none.png"}, "none.png"),
+            ({"path": ["layer"], "set": "../x.png"}, "\"../x.png\" is not in the scene's own folder"),
+            ({"path": ["layer"], "set": "/etc/passwd"}, "\"/etc/passwd\" is not in the scene's own folder"),
             ({"path": ["controls", "Density", "keys", 4], "remove": True}, "there is no"),
             ({"path": [], "set": 1}, "an edit needs a path"),
             ({"path": ["duration"], "set": {"a": {}}}, "expected a number"),
@@ -140,7 +142,7 @@ class StudioTest(unittest.TestCase):
             ({"look": "../honey"}, 'there is no look "../honey"'),
             ({"draw": {"points": [[0, 1, 1]]}}, "two points"),
             ({"draw": {"points": [[0, 1, 1], [0, 2, 2]]}}, "times must rise"),
-            ({"drawing": {"name": "a.svg", "text": "<svg><path d='M0 0 Q'/></svg>"}}, "a.svg:1:6: SVG path"),
+            ({"drawing": {"name": "a.svg", "text": "<svg><path d='M0 0 Q'/></svg>"}}, "a.svg:1:7: SVG path"),
             ({"what": 1}, "not understood"),
         ]:
             status, answer = studio.edit(edit)
@@ -204,6 +206,8 @@ class StudioTest(unittest.TestCase):
                          {"Origin": f"http://{studio.host}", "Cookie": studio.cookie})
             time.sleep(0.02)
         statuses = [line.getresponse().status for line in lines]
+        for line in lines:
+            line.close()
         self.assertEqual(statuses[-1], 200)
         self.assertGreaterEqual(statuses.count(204), 3)
         for scale, over in (([1, 0], "layer"), ([1, 65], "layer"), ([1], "layer"), ([1, 1], "/etc/passwd")):
@@ -269,7 +273,7 @@ class StudioTest(unittest.TestCase):
         studio.ask("export", options={"output": "c.mp4", "supersample": "3"})
         time.sleep(0.5)
         studio.ask("cancel")
-        for _ in range(100):
+        for _ in range(600):
             if not studio.ask("state")["export"]["running"]:
                 break
             time.sleep(0.1)

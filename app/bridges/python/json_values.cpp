@@ -11,7 +11,7 @@ namespace {
 
 /// Whether it is a list of pairs, (seconds, value) each; a point is a pair of numbers.
 bool AreKeys(const py::sequence& list) {
-  if (list.size() == 0) return false;
+  if (list.empty()) return false;
   for (const py::handle& element : list) {
     if (!py::isinstance<py::sequence>(element) || py::isinstance<py::str>(element)) return false;
     if (py::reinterpret_borrow<py::sequence>(element).size() != 2) return false;

@@ -21,7 +21,7 @@ void RegisterErrors(py::module_& module) {
   kind.doc() = "What is wrong with a scene, a file or an argument, in the program's own words.";
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
-      std::rethrow_exception(thrown);
+      std::rethrow_exception(std::move(thrown));
     } catch (const app::Error& error) {
       std::string all = error.what();
       for (const std::string& other : error.others()) all += '\n' + other;
@@ -32,8 +32,9 @@ void RegisterErrors(py::module_& module) {
   });
 }
 
-std::unique_ptr<PythonScene> MakeScene(const std::optional<std::string>& file, const py::object& layer,
-                      double frame_rate, double duration) {
+std::unique_ptr<PythonScene> MakeScene(const std::optional<std::string>& file,
+                                       const py::object& layer, double frame_rate,
+                                       double duration) {
   if (file.has_value() == !layer.is_none()) {
     throw app::InputError("a scene is made of a file or of a layer");
   }

@@ -45,9 +45,10 @@ function options() {
     over: field("over").value === "none" ? "" : field("over").value,
     depth: field("depth").value,
     supersample: field("supersample").value,
+    downsample: field("downsample").value,
     overwrite: field("overwrite").checked,
   };
-  if (kind === "movie") Object.assign(all, { quality: field("quality").value, "no-sound": !field("sound").checked });
+  if (kind === "movie") Object.assign(all, { quality: field("quality").value, codec: field("codec").value.trim(), "no-sound": !field("sound").checked });
   if (kind === "frame") all.frames = String(store.frame + firstNumber);
   else if (store.inFrame > 0 || store.outFrame < frames - 1) all.frames = `${store.inFrame + firstNumber}-${store.outFrame + firstNumber}`;
   return all;
