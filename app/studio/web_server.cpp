@@ -229,6 +229,8 @@ void WebServer::Accept() {
     if (error == asio::error::operation_aborted) return;
     if (!error) {
       fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
+      error_code ignored;
+      socket.set_option(asio::ip::tcp::no_delay(true), ignored);
       MakeRoom();
       const auto connection = std::make_shared<Connection>(std::move(socket), *this);
       connections_.push_back(connection);

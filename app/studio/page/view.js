@@ -29,6 +29,7 @@ let waiting = null;
 /** @type {{since: number} | null} */
 let onItsWay = null;
 let hasGivenUp = false;
+let told = 0;
 let wishes = 0;
 let painted = 0;
 let alone = false;
@@ -219,7 +220,10 @@ async function show(wish, since) {
   const took = performance.now() - since;
   if (wish.quick && took > QUICK.slow) quickStep = Math.min(SMALLEST, quickStep + 1);
   if (wish.quick && took < QUICK.fast) quickStep = Math.max(1, quickStep - 1);
-  status.textContent = `${step === 1 ? "1:1" : `1/${step}`} · ${Math.round(took)} ms`;
+  if (!wish.quick || performance.now() - told > 250) {
+    told = performance.now();
+    status.textContent = `${step === 1 ? "1:1" : `1/${step}`} · ${Math.round(took)} ms`;
+  }
   document.body.dataset.painted = wish.quick ? "quick" : `exact ${revision} ${wish.frame}`;
   // Whatever becomes of the wish that made it, what rests is exact.
   if (wish.quick && !waiting && store.preview.length === 0 && !store.playing) wantSoon();

@@ -1,6 +1,9 @@
 // One editor for each kind of value, for the effect's controls and for lights alike.
 import { drag, icon, make, short } from "./dom.js";
 
+/** Between two numbers that are shown while a slider is dragged, milliseconds. */
+const PAUSE = 100;
+
 /**
  * An editor of a value. `show` gives it a value from elsewhere, unless the user is at it.
  * @typedef {{element: HTMLElement, show: (value: any) => void, disable: (is: boolean) => void}} Widget
@@ -33,11 +36,15 @@ export function numberWidget({ range, slider, unit }, to) {
     bar = /** @type {HTMLInputElement} */ (make("input", { type: "range", min: slider[0], max: slider[1], step, "aria-label": to.label }));
     const input = bar;
     let isDragged = false;
+    let told = 0;
     input.addEventListener("input", () => {
       isDragged = true;
+      to.onTry(Number(input.value));
+      // The picture comes first.
+      if (performance.now() - told < PAUSE) return;
+      told = performance.now();
       field.value = short(Number(input.value), 4);
       fillBar();
-      to.onTry(Number(input.value));
     });
     input.addEventListener("change", () => {
       isDragged = false;
