@@ -32,9 +32,9 @@ int Run(int argc, char** argv) {
   program.formatter(std::make_shared<app::HelpFormat>());
   program.require_subcommand(1);
   program.set_version_flag("--version", "vorlin " VORLIN_VERSION, "Print the version and exit");
-  for (const auto add :
-       {app::AddStudio, app::AddRender, app::AddSheet, app::AddAbout, app::AddControls, app::AddCheck,
-        app::AddSchema, app::AddImportPath, app::AddCompletion, app::AddMan, app::AddStudioWorker}) {
+  for (const auto add : {app::AddStudio, app::AddRender, app::AddSheet, app::AddAbout,
+                         app::AddControls, app::AddCheck, app::AddSchema, app::AddImportPath,
+                         app::AddCompletion, app::AddMan, app::AddStudioWorker}) {
     add(program);
   }
   try {

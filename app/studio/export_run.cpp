@@ -52,9 +52,9 @@ std::vector<std::string> ExportWords(const std::filesystem::path& scene,
   return words;
 }
 
-ExportRun::ExportRun(boost::asio::io_context& context, const std::vector<std::string>& words,
-                     std::function<void()> changed)
-    : errors_(context), changed_(std::move(changed)) {
+ExportRun::ExportRun(boost::asio::io_context& context, std::filesystem::path scene,
+                     const std::vector<std::string>& words, std::function<void()> changed)
+    : errors_(context), scene_(std::move(scene)), changed_(std::move(changed)) {
   int ends[2];
   const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (nowhere < 0 || pipe2(ends, O_CLOEXEC) != 0) {
@@ -79,6 +79,8 @@ ExportRun::~ExportRun() {
   if (process_ <= 0) return;
   Cancel();
   waitpid(process_, nullptr, 0);
+  std::error_code ignored;
+  std::filesystem::remove(scene_, ignored);
 }
 
 void ExportRun::Cancel() const {
@@ -113,6 +115,8 @@ void ExportRun::OnEnd() {
   int status = 0;
   waitpid(process_, &status, 0);
   process_ = 0;
+  std::error_code ignored;
+  std::filesystem::remove(scene_, ignored);
   status_["running"] = false;
   // It may not have come as far as to note signals.
   const bool is_cancelled =

@@ -23,12 +23,13 @@ namespace app {
 std::vector<std::string> ExportWords(const std::filesystem::path& scene,
                                      const Json::Value& request);
 
-/// A child process that renders, and what it says of itself.
+/// A child process that renders a copy of the scene, which goes away with it, and what it says of
+/// itself.
 class ExportRun {
  public:
   /// `changed` is called whenever status() has. Throws FileError when it cannot be started.
-  ExportRun(boost::asio::io_context& context, const std::vector<std::string>& words,
-            std::function<void()> changed);
+  ExportRun(boost::asio::io_context& context, std::filesystem::path scene,
+            const std::vector<std::string>& words, std::function<void()> changed);
   /// Ends it.
   ~ExportRun();
   ExportRun(const ExportRun&) = delete;
@@ -46,6 +47,7 @@ class ExportRun {
 
   boost::asio::posix::stream_descriptor errors_;
   boost::asio::streambuf said_;
+  std::filesystem::path scene_;
   pid_t process_ = 0;
   Json::Value status_;
   std::function<void()> changed_;

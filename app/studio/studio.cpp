@@ -350,11 +350,7 @@ void Studio::Export(const Json::Value& request) {
   OutputFile file(scene);
   file.Write(document_.text());
   file.Commit();
-  export_ = std::make_unique<ExportRun>(context_, words, [this, scene] {
-    std::error_code ignored;
-    if (!export_->is_running()) std::filesystem::remove(scene, ignored);
-    Notify();
-  });
+  export_ = std::make_unique<ExportRun>(context_, scene, words, [this] { Notify(); });
 }
 
 }  // namespace app

@@ -278,7 +278,9 @@ class StudioTest(unittest.TestCase):
                 break
             time.sleep(0.1)
         self.assertTrue(studio.ask("state")["export"]["cancelled"])
-        self.assertFalse([n for n in self.names() if n.startswith((".", "c."))], self.names())
+        studio.ask("export", options={"output": "d.mp4", "supersample": "3"})
+        studio.stop()
+        self.assertFalse([n for n in self.names() if n.startswith((".", "c.", "d."))], self.names())
 
     def test_strangers_are_refused(self):
         studio = self.start()

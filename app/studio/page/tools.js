@@ -140,9 +140,9 @@ export async function takeDrawing(file) {
     say(`"${file.name}" is neither an .svg nor a .csv drawing`, "error");
     return;
   }
-  const { rate, frames } = store.state;
+  const { rate } = store.state;
   const from = store.inFrame / rate;
-  const to = Math.max((Math.min(store.outFrame, frames - 1) + 0) / rate, from + 1);
+  const to = Math.max(store.outFrame / rate, from + 1);
   const text = await file.text();
   if (await edit("drawing", [{ drawing: { name: file.name, text, from, to } }], "Brush Position")) {
     goTo(store.state.frames - 1);

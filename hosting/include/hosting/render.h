@@ -55,8 +55,8 @@ class Renderer {
   Renderer(Renderer&&) noexcept;
   Renderer& operator=(Renderer&&) noexcept;
 
-  /// Another scene from the next frame on; what was prepared for pictures that it shows too is kept.
-  /// Throws Error for an impossible one, and keeps the last.
+  /// Another scene from the next frame on; what was prepared for pictures that it shows too is
+  /// kept. Throws Error for an impossible one, and keeps the last.
   void SetSetup(Setup setup);
 
   const Setup& setup() const;
