@@ -386,5 +386,11 @@ function insertKey(segment, u, time) {
   edit("add key", edits).then((done) => done && chooseKey(BRUSH, segment + 1));
 }
 
-for (const topic of /** @type {const} */ (["state", "choice", "ready"])) on(topic, () => !draft && draw());
+for (const topic of /** @type {const} */ (["state", "choice"])) on(topic, () => !draft && draw());
+let wasPlaying = false;
+on("ready", () => {
+  if (store.playing === wasPlaying) return;
+  wasPlaying = store.playing;
+  draw();
+});
 on("values", () => !draft && !store.playing && store.preview.length === 0 && draw());
