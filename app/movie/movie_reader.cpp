@@ -38,19 +38,15 @@ std::string AvText(int error) {
   return text;
 }
 
-struct FreeFormat {
-  void operator()(AVFormatContext* p) const { avformat_close_input(&p); }
+/// Frees what the library made, by its own function, which clears the pointer too.
+template <auto kFree>
+struct Freed {
+  template <class T>
+  void operator()(T* p) const {
+    kFree(&p);
+  }
 };
-struct FreeCodec {
-  void operator()(AVCodecContext* p) const { avcodec_free_context(&p); }
-};
-struct FreeFrame {
-  void operator()(AVFrame* p) const { av_frame_free(&p); }
-};
-struct FreePacket {
-  void operator()(AVPacket* p) const { av_packet_free(&p); }
-};
-using FramePtr = std::unique_ptr<AVFrame, FreeFrame>;
+using FramePtr = std::unique_ptr<AVFrame, Freed<av_frame_free>>;
 
 std::optional<hosting::Rational> AsRational(AVRational r) {
   if (r.num <= 0 || r.den <= 0) return std::nullopt;
@@ -263,7 +259,7 @@ class MovieReader::Impl {
 
   /// Gives the decoder one packet, or tells it that there are no more.
   void Feed() {
-    const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
+    const std::unique_ptr<AVPacket, Freed<av_packet_free>> packet(av_packet_alloc());
     if (!packet) throw std::bad_alloc();
     int read = 0;
     do {
@@ -278,7 +274,7 @@ class MovieReader::Impl {
 
   /// Whether the file goes on.
   bool IsMore() {
-    const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
+    const std::unique_ptr<AVPacket, Freed<av_packet_free>> packet(av_packet_alloc());
     return packet && av_read_frame(format_.get(), packet.get()) >= 0;
   }
 
@@ -322,8 +318,8 @@ class MovieReader::Impl {
   }
 
   std::filesystem::path path_;
-  std::unique_ptr<AVFormatContext, FreeFormat> format_;
-  std::unique_ptr<AVCodecContext, FreeCodec> codec_;
+  std::unique_ptr<AVFormatContext, Freed<avformat_close_input>> format_;
+  std::unique_ptr<AVCodecContext, Freed<avcodec_free_context>> codec_;
   AVStream* stream_ = nullptr;
   AVColorSpace stated_matrix_ = AVCOL_SPC_UNSPECIFIED;
   MovieFacts facts_;

@@ -27,11 +27,14 @@ bool MoveAll(Byte* data, std::size_t size, const Step& step) {
 
 }  // namespace
 
-std::string Framed(const Json::Value& message) {
+std::string JsonLine(const Json::Value& value) {
   Json::StreamWriterBuilder writer;
   writer["indentation"] = "";
-  writer["emitUTF8"] = true;
-  const std::string text = Json::writeString(writer, message);
+  return Json::writeString(writer, value);
+}
+
+std::string Framed(const Json::Value& message) {
+  const std::string text = JsonLine(message);
   const auto length = static_cast<std::uint32_t>(text.size());
   std::string framed(sizeof length, '\0');
   std::memcpy(framed.data(), &length, sizeof length);

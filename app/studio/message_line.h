@@ -7,6 +7,9 @@
 
 namespace app {
 
+/// A value on one line, in ASCII.
+std::string JsonLine(const Json::Value& value);
+
 /// Messages between the studio and its workers: a JSON object after its length, 4 bytes of this
 /// machine.
 std::string Framed(const Json::Value& message);

@@ -3,13 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 
 #include "drawn_way.h"
 #include "errors.h"
 #include "files.h"
-#include "hosting/errors.h"
 #include "json_text.h"
 #include "look_edits.h"
 #include "message_line.h"
@@ -31,14 +28,8 @@ constexpr seconds kLongestWait{20};         // for an event
 /// More edits in one request are a mistake.
 constexpr Json::ArrayIndex kMostEdits = 10000;
 
-std::string OneLine(const Json::Value& json) {
-  Json::StreamWriterBuilder writer;
-  writer["indentation"] = "";
-  return Json::writeString(writer, json);
-}
-
 WebResponse JsonResponse(const Json::Value& json, unsigned status = 200) {
-  return {status, "application/json", OneLine(json)};
+  return {status, "application/json", JsonLine(json)};
 }
 
 WebResponse ErrorResponse(const std::string& what, unsigned status = 400) {
@@ -273,7 +264,7 @@ void Studio::SendPicture(const Json::Value& request, const Respond& respond) {
              respond({200,
                       "application/octet-stream",
                       std::move(answer.bytes),
-                      {{"Vorlin-Frame", OneLine(facts)}}});
+                      {{"Vorlin-Frame", JsonLine(facts)}}});
            });
 }
 

@@ -21,15 +21,12 @@ namespace app {
 ///   GET  /api/events?after=N   waits for a change: "serial", "revision", "saved", "export", ...
 ///   POST /api/state            {"frame"}: the whole scene and the effect's controls
 ///   POST /api/edit             {"revision", "name", "edits", "frame", "changed"}: changes the
-///   scene, then
-///                              as state; 409 when the scene is another than that revision
-///                              meanwhile
+///   scene,
+///                              then as state; 409 when it is another than that revision by now
 ///   POST /api/undo, redo, reload, save    as state
 ///   POST /api/picture          {"frame", "scale", "over", "alone", "format", "lane", "edits"}: a
-///   picture of
-///                              the scene, with edits that are not kept; its values are in a
-///                              header. A newer request of the same lane takes its place: status
-///                              204
+///                              picture of the scene, with edits that are not kept; its values are
+///                              in a header. 204 when a newer request of the lane took its place
 ///   POST /api/look             {"name"}: writes the scene's controls as a look
 ///   POST /api/export, cancel   see ExportWords()
 ///   POST /api/quit
